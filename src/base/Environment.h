@@ -20,7 +20,8 @@ namespace base::Environment {
 [[nodiscard]] double testNumber(const char* name, double normal);
 /// In test mode the variable's text if it is not empty; outside it nullopt.
 [[nodiscard]] std::optional<QString> testText(const char* name);
-/// The whole of `text` read as a double, the way test numbers are read: "2", "2.5", "-1e3", "0x10"; no blanks around it.
+/// The whole of `text` read as a double, the way test numbers are read: "2", "2.5", "-1e3", "0x10"; no blanks around
+/// it.
 [[nodiscard]] std::optional<double> parseWholeDouble(const QString& text);
 
 } // namespace base::Environment

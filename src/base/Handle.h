@@ -2,24 +2,27 @@
 #pragma once
 
 #include <memory>
-
 #include <unistd.h>
 #include <utility>
 
 namespace base {
 
-template<auto release> struct ReleaseWith {
+template<auto release>
+struct ReleaseWith {
     void operator()(auto* handle) const noexcept { release(handle); }
 };
 
 /// std::unique_ptr<T, ReleaseWith<free_function>> by a shorter name.
-template<typename T, auto release> using Owned = std::unique_ptr<T, ReleaseWith<release>>;
+template<typename T, auto release>
+using Owned = std::unique_ptr<T, ReleaseWith<release>>;
 
 /// A file descriptor, closed with its owner. -1: none.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
+
     explicit FileDescriptor(int descriptor) noexcept : m_descriptor(descriptor) {}
+
     FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
 
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
@@ -33,7 +36,9 @@ public:
     ~FileDescriptor() { reset(); }
 
     [[nodiscard]] int get() const noexcept { return m_descriptor; }
+
     [[nodiscard]] int release() noexcept { return std::exchange(m_descriptor, -1); }
+
     explicit operator bool() const noexcept { return m_descriptor >= 0; }
 
     void reset() noexcept {

@@ -36,13 +36,21 @@ public:
     static constexpr int maxDepth = 512;
 
     Json() = default; ///< null
+
     Json(std::nullptr_t) {}
+
     Json(bool value) : m_value(value) {}
+
     Json(QString value) : m_value(std::move(value)) {}
+
     Json(const char*) = delete; ///< would become a bool
+
     Json(Array value) : m_value(std::move(value)) {}
+
     Json(Object value) : m_value(std::move(value)) {}
+
     Json(JsonNumber value) : m_value(std::move(value)) {}
+
     explicit Json(const QStringList& texts);
     static Json integer(std::int64_t value);
     /// The shortest text that reads back as the same double; a value that is not finite becomes null.
@@ -52,21 +60,31 @@ public:
     static Json orNull(const std::optional<QString>& text);
 
     [[nodiscard]] bool isNull() const { return std::holds_alternative<std::nullptr_t>(m_value); }
+
     [[nodiscard]] bool isObject() const { return std::holds_alternative<Object>(m_value); }
+
     [[nodiscard]] bool isArray() const { return std::holds_alternative<Array>(m_value); }
+
     [[nodiscard]] bool isString() const { return std::holds_alternative<QString>(m_value); }
+
     [[nodiscard]] bool isNumber() const { return std::holds_alternative<JsonNumber>(m_value); }
+
     [[nodiscard]] bool isBool() const { return std::holds_alternative<bool>(m_value); }
 
     /// Typed views: empty when the value is of another type.
     [[nodiscard]] std::optional<bool> toBool() const;
-    [[nodiscard]] std::optional<double> toDouble() const; ///< finite ones only
+    [[nodiscard]] std::optional<double> toDouble() const;        ///< finite ones only
     [[nodiscard]] std::optional<std::int64_t> toInteger() const; ///< whole numbers within 64 bits, "3.0" and "3e2" too
     [[nodiscard]] std::optional<QString> toString() const;
+
     [[nodiscard]] const Array* toArray() const { return std::get_if<Array>(&m_value); }
+
     [[nodiscard]] Array* toArray() { return std::get_if<Array>(&m_value); }
+
     [[nodiscard]] const Object* toObject() const { return std::get_if<Object>(&m_value); }
+
     [[nodiscard]] Object* toObject() { return std::get_if<Object>(&m_value); }
+
     /// An array whose every element is a string; nullopt otherwise.
     [[nodiscard]] std::optional<QStringList> toStringList() const;
 
@@ -77,6 +95,7 @@ public:
     void remove(QStringView key);
 
     [[nodiscard]] const Value& value() const { return m_value; }
+
     bool operator==(const Json&) const = default;
 
 private:

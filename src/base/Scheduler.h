@@ -13,7 +13,8 @@ namespace base {
 
 using Task = std::function<void()>;
 
-/// A repeating timer: it fires for as long as this handle lives. Destroy it on its scheduler; it never fires after that.
+/// A repeating timer: it fires for as long as this handle lives. Destroy it on its scheduler; it never fires after
+/// that.
 class Timer {
 public:
     Timer() = default;
@@ -34,7 +35,8 @@ public:
     /// Runs `task` when `seconds` have passed. It can't be taken back: make it harmless by a generation counter,
     /// and let it hold its object weakly.
     virtual void after(double seconds, Task task) = 0;
-    /// Runs `task` after everything posted before it and returns when it has run. Never call it on the scheduler itself.
+    /// Runs `task` after everything posted before it and returns when it has run. Never call it on the scheduler
+    /// itself.
     virtual void sync(const Task& task) = 0;
     /// Fires every `seconds`, the first time after `seconds`. Call it on the scheduler. A firing that comes too late
     /// to be told from the next one is left out rather than doubled.

@@ -13,7 +13,8 @@ namespace base::Text {
 /// The first `count` grapheme clusters, the whole text if it has fewer.
 [[nodiscard]] QString prefix(QStringView text, qsizetype count);
 
-/// Without whitespace (Unicode category Z and tab) and line ends (U+000A to U+000D, U+0085, U+2028, U+2029) at either end.
+/// Without whitespace (Unicode category Z and tab) and line ends (U+000A to U+000D, U+0085, U+2028, U+2029) at either
+/// end.
 [[nodiscard]] QString trimmed(QStringView text);
 /// Without spaces and tabs alone (category Zs and U+0009) at either end.
 [[nodiscard]] QString trimmedBlanks(QStringView text);

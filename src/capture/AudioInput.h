@@ -1,6 +1,7 @@
 // The default audio input, as narrow as the recorder needs it.
 //   Threads  open, watch and the end of a stream or watch: the owner's control queue, where open may block for as long
-//            as the platform's start does. onBlock: the backend's audio thread; copy and return. Every other handler: any
+//            as the platform's start does. onBlock: the backend's audio thread; copy and return. Every other handler:
+//            any
 //   Owns     the handlers, until the stream (or watch) has ended; none is called after that
 //   Errors   open() says why; a later loss comes once, through onLost
 //   Stamps   capture times on the host clock, corrected for the device's latency, always finite and never ahead of now
