@@ -1,0 +1,47 @@
+#include "copy/DesktopCopy.h"
+
+namespace copy {
+
+constinit const DesktopCopy DesktopCopy::zh{
+    .language = OnboardingLanguage::zh,
+    .noDisplayServer = u"連不上桌面的顯示伺服器",
+    .noScreenCapture = u"這個桌面環境不能擷取螢幕",
+    .noWaylandPictures = u"Wayland 桌面還不能截圖",
+    .noMonitor = u"這個喇叭沒有監聽來源",
+    .noSoundServer = u"連不上音效伺服器",
+    .soundServerSilent = u"音效伺服器沒有回應",
+    .stillRecording = u"視窗關了，Brieflet 還在錄音",
+};
+
+constinit const DesktopCopy DesktopCopy::en{
+    .language = OnboardingLanguage::en,
+    .noDisplayServer = u"No display can be reached",
+    .noScreenCapture = u"This desktop session offers no screen capture",
+    .noWaylandPictures = u"Pictures can't be taken on Wayland yet",
+    .noMonitor = u"The loudspeaker has no monitor source",
+    .noSoundServer = u"The sound server can't be reached",
+    .soundServerSilent = u"The sound server does not answer",
+    .stillRecording = u"The window is closed, Brieflet is still recording",
+};
+
+const DesktopCopy& DesktopCopy::of(OnboardingLanguage wanted) {
+    return wanted == OnboardingLanguage::zh ? zh : en;
+}
+
+const DesktopCopy& DesktopCopy::current() {
+    return of(OnboardingLanguage::current());
+}
+
+std::vector<CopyField> DesktopCopy::fields() const {
+    return {
+        {u"noDisplayServer", noDisplayServer},
+        {u"noScreenCapture", noScreenCapture},
+        {u"noWaylandPictures", noWaylandPictures},
+        {u"noMonitor", noMonitor},
+        {u"noSoundServer", noSoundServer},
+        {u"soundServerSilent", soundServerSilent},
+        {u"stillRecording", stillRecording},
+    };
+}
+
+} // namespace copy
