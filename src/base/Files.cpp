@@ -142,7 +142,8 @@ std::expected<QString, FileError> readText(const fs::path& path, std::int64_t li
     if (!bytes) {
         return std::unexpected(bytes.error());
     }
-    QStringDecoder decoder(QStringDecoder::Utf8); // drops a byte-order mark
+    // Stateless: a sequence cut off at the end is an error and not the start of more. Drops a byte-order mark.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString text = decoder.decode(*bytes);
     if (decoder.hasError()) {
         return std::unexpected(FileError{FileError::Kind::Other, EILSEQ, qt_error_string(EILSEQ)});

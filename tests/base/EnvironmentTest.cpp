@@ -1,0 +1,65 @@
+#include "base/Environment.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+using namespace Qt::StringLiterals;
+namespace Environment = base::Environment;
+
+namespace {
+
+class EnvironmentTest : public testing::Test {
+protected:
+    void TearDown() override {
+        ::unsetenv("TARVEX_HOME");
+        ::unsetenv("TARVEX_NUMBER");
+    }
+
+    static void set(const char* name, const char* value) { ::setenv(name, value, 1); }
+};
+
+TEST_F(EnvironmentTest, AnEmptyHomeIsTheSameAsNone) {
+    ::unsetenv("TARVEX_HOME");
+    EXPECT_FALSE(Environment::testMode());
+    set("TARVEX_HOME", "");
+    EXPECT_FALSE(Environment::testMode());
+    set("TARVEX_HOME", "x");
+    EXPECT_TRUE(Environment::testMode());
+}
+
+TEST_F(EnvironmentTest, NumbersCountInTestModeOnly) {
+    set("TARVEX_NUMBER", "2.5");
+    EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 7);
+    set("TARVEX_HOME", "x");
+    EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 2.5);
+}
+
+TEST_F(EnvironmentTest, WhatIsNoNumberGivesTheNormalValue) {
+    set("TARVEX_HOME", "x");
+    EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 7);
+    for (const char* text : {"", "two", "2 ", " 2", "2x", "inf", "nan"}) {
+        set("TARVEX_NUMBER", text);
+        EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 7) << text;
+    }
+}
+
+TEST_F(EnvironmentTest, AFlagIsExactlyOneAndCountsInTestModeOnly) {
+    set("TARVEX_NUMBER", "1");
+    EXPECT_FALSE(Environment::testFlag("TARVEX_NUMBER"));
+    set("TARVEX_HOME", "x");
+    EXPECT_TRUE(Environment::testFlag("TARVEX_NUMBER"));
+    set("TARVEX_NUMBER", "true");
+    EXPECT_FALSE(Environment::testFlag("TARVEX_NUMBER"));
+}
+
+TEST_F(EnvironmentTest, ATextCountsInTestModeOnlyAndNotWhenEmpty) {
+    set("TARVEX_NUMBER", "zh");
+    EXPECT_EQ(Environment::testText("TARVEX_NUMBER"), std::nullopt);
+    set("TARVEX_HOME", "x");
+    EXPECT_EQ(Environment::testText("TARVEX_NUMBER"), u"zh"_s);
+    set("TARVEX_NUMBER", "");
+    EXPECT_EQ(Environment::testText("TARVEX_NUMBER"), std::nullopt);
+}
+
+} // namespace
