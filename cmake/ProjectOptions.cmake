@@ -26,3 +26,14 @@ function(brieflet_tests name)
     target_link_libraries(${name}_tests PRIVATE ${name} ${ARG_LIBS} project_options GTest::gmock GTest::gtest_main)
     gtest_discover_tests(${name}_tests DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${name} TIMEOUT 120)
 endfunction()
+
+# brieflet_desk_tests(NAME FILES... [LIBS...] [SWITCHES...]): a GoogleTest program that needs a desktop. All of it is one
+# ctest of label desk, run on one private desktop with the given switches (see tests/desk/desk) and beside no other test.
+function(brieflet_desk_tests name)
+    cmake_parse_arguments(ARG "" "" "FILES;LIBS;SWITCHES" ${ARGN})
+    add_executable(${name}_tests ${ARG_FILES})
+    target_include_directories(${name}_tests PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name}_tests PRIVATE ${ARG_LIBS} project_options GTest::gmock GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/desk/desk ${ARG_SWITCHES} $<TARGET_FILE:${name}_tests>)
+    set_tests_properties(${name} PROPERTIES LABELS desk TIMEOUT 300 RUN_SERIAL ON)
+endfunction()
