@@ -16,13 +16,13 @@ struct DesktopCopy {
     OnboardingLanguage language;
 
     // Screen
-    FixedText noDisplayServer; ///< neither an X server nor a Wayland compositor answers
-    FixedText noScreenCapture; ///< the session offers no way to take pictures
+    FixedText noDisplayServer;   ///< neither an X server nor a Wayland compositor answers
+    FixedText noScreenCapture;   ///< the session offers no way to take pictures
     FixedText noWaylandPictures; ///< a Wayland session whose portal can't give pictures yet
 
     // Sound
-    FixedText noMonitor; ///< the default output has no source that plays back what it plays
-    FixedText noSoundServer; ///< no server to connect to
+    FixedText noMonitor;         ///< the default output has no source that plays back what it plays
+    FixedText noSoundServer;     ///< no server to connect to
     FixedText soundServerSilent; ///< connected, but an answer is overdue
 
     // Window

@@ -1,5 +1,6 @@
 // What this account says about its user. The one place of this folder that asks the operating system.
-//   Threads  any; asked anew at each call
+//   Threads  any
+//   Changes  a new full name counts at the next call; languages are those with which the program was started
 #pragma once
 
 #include <QByteArrayView>
