@@ -4,25 +4,16 @@
 //   Owns     nothing: `data` is borrowed for the length of the call that passes the block
 #pragma once
 
+#include "media/PcmFormat.h"
+
 #include <cstddef>
-#include <cstdint>
 #include <span>
 
 namespace capture {
 
-enum class SampleType { Int16, Int32, Float32 };
-
-/// Native byte order; interleaved when there is more than one channel.
-struct AudioFormat {
-    SampleType sampleType = SampleType::Int16;
-    double sampleRate = 48000.0;
-    int channels = 1;
-    bool operator==(const AudioFormat&) const = default;
-};
-
-[[nodiscard]] constexpr std::size_t bytesPerSample(SampleType type) noexcept {
-    return type == SampleType::Int16 ? 2 : 4;
-}
+using AudioFormat = media::PcmFormat;
+using SampleType = media::SampleType;
+using media::bytesPerSample;
 
 struct AudioBlock {
     AudioFormat format;
