@@ -34,12 +34,9 @@ const DesktopCopy& DesktopCopy::current() {
 
 std::vector<CopyField> DesktopCopy::fields() const {
     return {
-        {u"noDisplayServer", noDisplayServer},
-        {u"noScreenCapture", noScreenCapture},
-        {u"noWaylandPictures", noWaylandPictures},
-        {u"noMonitor", noMonitor},
-        {u"noSoundServer", noSoundServer},
-        {u"soundServerSilent", soundServerSilent},
+        {u"noDisplayServer", noDisplayServer},     {u"noScreenCapture", noScreenCapture},
+        {u"noWaylandPictures", noWaylandPictures}, {u"noMonitor", noMonitor},
+        {u"noSoundServer", noSoundServer},         {u"soundServerSilent", soundServerSilent},
         {u"stillRecording", stillRecording},
     };
 }

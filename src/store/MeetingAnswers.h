@@ -11,8 +11,8 @@ namespace store {
 
 struct MeetingAnswers {
     std::optional<QString> type; ///< the name of a meeting type; nullopt: uncategorised
-    QStringList people; ///< the names ticked, in the order of the form
-    QString note; ///< one sentence on the meeting, as typed; may be empty
+    QStringList people;          ///< the names ticked, in the order of the form
+    QString note;                ///< one sentence on the meeting, as typed; may be empty
     bool operator==(const MeetingAnswers&) const = default;
 };
 
