@@ -22,6 +22,14 @@ std::optional<QString> variable(const char* name) {
     return QString::fromLocal8Bit(value);
 }
 
+std::optional<std::filesystem::path> path(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr || *value == '\0') {
+        return std::nullopt;
+    }
+    return std::filesystem::path(value);
+}
+
 bool testFlag(const char* name) {
     return testMode() && variable(name) == u"1"_s;
 }

@@ -6,6 +6,7 @@
 
 #include <QString>
 
+#include <filesystem>
 #include <optional>
 
 namespace base::Environment {
@@ -14,6 +15,8 @@ namespace base::Environment {
 [[nodiscard]] bool testMode();
 /// The variable's text; nullopt if it is unset. Read in every mode.
 [[nodiscard]] std::optional<QString> variable(const char* name);
+/// The variable as a path, whatever its bytes are; nullopt if it is unset or empty. Read in every mode.
+[[nodiscard]] std::optional<std::filesystem::path> path(const char* name);
 /// In test mode whether the variable is exactly "1"; outside it false.
 [[nodiscard]] bool testFlag(const char* name);
 /// In test mode the variable, when the whole of it is a finite decimal number; `normal` in every other case.

@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <random>
 #include <string>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace base {
@@ -191,6 +193,32 @@ std::expected<void, FileError> makeFolders(const fs::path& folder) {
     }
     if (!S_ISDIR(status.st_mode)) {
         return failure(EEXIST);
+    }
+    return {};
+}
+
+bool nameTaken(const fs::path& path) {
+    struct stat status{};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+std::expected<void, FileError> moveItem(const fs::path& from, const fs::path& to) {
+    // A plain rename would silently replace an empty folder or a file.
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) != 0) {
+        if (errno != EINVAL && errno != ENOSYS) {
+            return failure(errno);
+        }
+        // Some file systems don't know the flag; looking first leaves a gap of no consequence with one user.
+        if (nameTaken(to)) {
+            return failure(EEXIST);
+        }
+        if (::rename(from.c_str(), to.c_str()) != 0) {
+            return failure(errno);
+        }
+    }
+    std::ignore = flushFolder(folderOf(to));
+    if (folderOf(from) != folderOf(to)) {
+        std::ignore = flushFolder(folderOf(from));
     }
     return {};
 }

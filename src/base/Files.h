@@ -44,6 +44,13 @@ inline constexpr std::int64_t readLimit = 64LL * 1024 * 1024;
 /// mkdir -p with mode 0700 for what it makes.
 [[nodiscard]] std::expected<void, FileError> makeFolders(const fs::path& folder);
 
+/// Gives a file or folder another name within its file system; a link is moved, not followed. A name that anything has,
+/// be it a dangling link, is an error (EEXIST) and stays as it is. Flushes both folders; that this fails is no error,
+/// since the item has moved.
+[[nodiscard]] std::expected<void, FileError> moveItem(const fs::path& from, const fs::path& to);
+/// Whether anything has this name, a dangling link included.
+[[nodiscard]] bool nameTaken(const fs::path& path);
+
 /// A path as text for people, logs and files; bytes that are no UTF-8 become replacement characters.
 [[nodiscard]] QString pathText(const fs::path& path);
 [[nodiscard]] fs::path pathFrom(const QString& text);
