@@ -21,9 +21,9 @@ const Path home = "/home/ann";
 
 struct Machine {
     bool testMode = false;
-    std::map<std::string, QString> variables;
-    std::set<Path> executables;
-    std::optional<Path> standIn;
+    std::map<std::string, QString> variables{};
+    std::set<Path> executables{};
+    std::optional<Path> standIn{};
 
     AITools resolve() const {
         return AITools::resolve({
