@@ -16,7 +16,7 @@ import numpy
 RATE = 16000  # for looking at speech; lengths are compared at the tracks' own rate
 TRACKS = ("mic", "system")
 PRESENT = 0.6  # correlation of a sentence with the track that holds it, however the other voice is treated; 1 is the same
-ABSENT = 0.2  # the most that a sentence has in common with a track that does not hold it
+ABSENT = 0.35  # the most that a sentence has in common with a track that does not hold it; other speech reaches 0.2
 PLACE_TOLERANCE = 0.15  # seconds; the stamps of a busy sound server are off by some hundredths
 SEARCH = 1.5  # seconds to either side of its place in which a sentence is looked for
 LENGTH_TOLERANCE = 0.5  # seconds between a track's length and the length that meta.json tells
