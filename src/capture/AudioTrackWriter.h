@@ -16,6 +16,7 @@
 #include "capture/TrackHealth.h"
 #include "media/SampleConverter.h"
 #include "media/TrackFile.h"
+#include "store/ConvertError.h"
 
 #include <cstdint>
 #include <expected>
@@ -33,6 +34,13 @@ class CafFile;
 namespace capture {
 
 class TrackFlusher;
+
+/// Why a CAF did not become an m4a.
+struct ConvertFailure {
+    std::optional<store::ConvertError> reason; ///< nullopt: a file could not be read or written
+    QString text;
+    bool operator==(const ConvertFailure&) const = default;
+};
 
 class AudioTrackWriter final : public CaptureSink, public std::enable_shared_from_this<AudioTrackWriter> {
 public:
@@ -74,6 +82,15 @@ public:
 
     /// What of a block can be used; nullopt when there is not one frame in it, or more than 32 bits can count.
     [[nodiscard]] static std::optional<PcmBuffer> pcmBuffer(const AudioBlock& block);
+
+    /// "mic.m4a" for "mic.caf", in the same folder.
+    [[nodiscard]] static std::filesystem::path m4aURL(std::filesystem::path caf);
+    /// Makes the m4a of a finished CAF, or of one whose writer was killed, and gives the length of its sound in
+    /// seconds. After success the m4a is on the disk under its name, so that the CAF may go. The CAF is never touched.
+    /// An older m4a is deleted first, except when the CAF holds no sound; a failure leaves no part of a new one. Any
+    /// thread, also several at once for different tracks.
+    [[nodiscard]] static std::expected<double, ConvertFailure> convertToM4A(const std::filesystem::path& caf,
+                                                                            const std::filesystem::path& m4a);
 
 private:
     AudioTrackWriter(std::filesystem::path url, const std::string& label, double startSeconds, Services services,
