@@ -47,6 +47,20 @@ int digitsAt(QStringView name, qsizetype at, qsizetype count) {
     return value;
 }
 
+/// The moment at which the clocks of `timeZone` show the fields of `shown`.
+QDateTime momentShownAs(const QDateTime& shown, const QTimeZone& timeZone) {
+    const int before = timeZone.offsetFromUtc(shown.addDays(-1));
+    const int after = timeZone.offsetFromUtc(shown.addDays(1));
+    const QDateTime later = shown.addSecs(-std::min(before, after));
+    const QDateTime earlier = shown.addSecs(-std::max(before, after));
+    for (const QDateTime& moment : {later, earlier}) {
+        if (moment.addSecs(timeZone.offsetFromUtc(moment)) == shown) {
+            return moment;
+        }
+    }
+    return shown.addSecs(-before); // no clock showed it: counted on from the offset that ended
+}
+
 } // namespace
 
 QString baseName(const QDateTime& start, const QTimeZone& timeZone) {
@@ -70,7 +84,7 @@ std::optional<QDateTime> startFromBaseName(QStringView name, const QTimeZone& ti
     if (!day.isValid() || !time.isValid() || day.year() < 1) {
         return std::nullopt;
     }
-    return QDateTime(day, time, timeZone).toUTC();
+    return momentShownAs(QDateTime(day, time, Qt::UTC), timeZone);
 }
 
 QString slug(QStringView note) {

@@ -22,7 +22,7 @@ inline constexpr qsizetype maxNoteLength = 40;
 /// "yyyy_MM_dd_HHmm" of the start.
 [[nodiscard]] QString baseName(const QDateTime& start, const QTimeZone& timeZone);
 /// The moment that the first 15 characters of a folder's name tell, in UTC; nullopt if they are no base name. A minute
-/// that daylight saving repeats is taken the first time, one that it skips counts on from the hour before.
+/// that daylight saving repeats is taken the second time, one that it skips counts on from the hour before.
 [[nodiscard]] std::optional<QDateTime> startFromBaseName(QStringView name, const QTimeZone& timeZone);
 
 /// What of a note can stand in a file name; empty if it gives no title. Separators and invisible characters become

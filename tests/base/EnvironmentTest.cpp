@@ -28,6 +28,15 @@ TEST_F(EnvironmentTest, AnEmptyHomeIsTheSameAsNone) {
     EXPECT_TRUE(Environment::testMode());
 }
 
+TEST_F(EnvironmentTest, APathKeepsItsBytesAndAnEmptyOneIsNone) {
+    set("TARVEX_HOME", "/tmp/\xFF");
+    EXPECT_EQ(Environment::path("TARVEX_HOME"), std::filesystem::path("/tmp/\xFF"));
+    set("TARVEX_HOME", "");
+    EXPECT_EQ(Environment::path("TARVEX_HOME"), std::nullopt);
+    ::unsetenv("TARVEX_HOME");
+    EXPECT_EQ(Environment::path("TARVEX_HOME"), std::nullopt);
+}
+
 TEST_F(EnvironmentTest, NumbersCountInTestModeOnly) {
     set("TARVEX_NUMBER", "2.5");
     EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 7);

@@ -89,6 +89,35 @@ TEST_F(FilesTest, ALongNameStillHasATemporaryFile) {
     EXPECT_EQ(entries(), 1U);
 }
 
+TEST_F(FilesTest, AMovedItemHasItsNewNameAlone) {
+    ASSERT_TRUE(replaceFile(folder / "old", "x"));
+    ASSERT_TRUE(moveItem(folder / "old", folder / "new"));
+    EXPECT_EQ(readFile(folder / "new"), QByteArray("x"));
+    EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(FilesTest, AMoveNeverReplacesAnything) {
+    fs::create_directory(folder / "old");
+    fs::create_directory(folder / "empty folder");
+    ASSERT_TRUE(replaceFile(folder / "file", "kept"));
+    fs::create_symlink("nowhere", folder / "dangling");
+    for (const char* name : {"empty folder", "file", "dangling"}) {
+        const auto moved = moveItem(folder / "old", folder / name);
+        ASSERT_FALSE(moved) << name;
+        EXPECT_EQ(moved.error().code, EEXIST) << name;
+        EXPECT_TRUE(nameTaken(folder / name)) << name;
+    }
+    EXPECT_TRUE(fs::is_directory(folder / "old"));
+    EXPECT_EQ(moveItem(folder / "none", folder / "new").error().kind, FileError::Kind::Missing);
+}
+
+TEST_F(FilesTest, ALinkIsMovedItself) {
+    fs::create_symlink("nowhere", folder / "link");
+    ASSERT_TRUE(moveItem(folder / "link", folder / "moved"));
+    EXPECT_TRUE(fs::is_symlink(folder / "moved"));
+    EXPECT_FALSE(nameTaken(folder / "link"));
+}
+
 TEST_F(FilesTest, ReadingTellsWhatIsWrong) {
     EXPECT_EQ(readFile(folder / "missing").error().kind, FileError::Kind::Missing);
     EXPECT_EQ(readFile(folder.path).error().kind, FileError::Kind::NotRegular);
