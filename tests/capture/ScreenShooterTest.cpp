@@ -75,7 +75,8 @@ protected:
     void showCallOn(const Display& display) { source.nextContent->windows = {callOn(display)}; }
 
     [[nodiscard]] QStringList files() const {
-        return QDir(folder.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+        return QDir(folder.path())
+            .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     }
 };
 
