@@ -19,6 +19,8 @@ struct DesktopCopy {
     FixedText noDisplayServer;   ///< neither an X server nor a Wayland compositor answers
     FixedText noScreenCapture;   ///< the session offers no way to take pictures
     FixedText noWaylandPictures; ///< a Wayland session whose portal can't give pictures yet
+    FixedText displayGone;       ///< unplugged, or turned off
+    FixedText pictureUnreadable; ///< its pixels are laid out in a way that is not understood
 
     // Sound
     FixedText noMonitor;         ///< the default output has no source that plays back what it plays
