@@ -1,6 +1,8 @@
 // How much of each kind a summary holds. The user's own actions have no limit, on purpose: all of them are asked for.
 #pragma once
 
+#include <QtGlobal>
+
 #include <cstddef>
 #include <cstdint>
 
