@@ -1,11 +1,11 @@
 #include "ui/Permissions.h"
 
+#include "copy/Strings.h"
+
 namespace ui {
 
-using namespace Qt::StringLiterals;
-
 QString Permissions::statusLine(const QString& name, bool granted) {
-    return name + u' ' + (granted ? u"✓"_s : u"✗"_s);
+    return name + u' ' + (granted ? copy::Strings::permOK : copy::Strings::permMissing);
 }
 
 } // namespace ui
