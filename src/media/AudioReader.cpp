@@ -97,6 +97,7 @@ struct AudioReader::State {
     [[nodiscard]] std::expected<bool, Error> decode();
     [[nodiscard]] std::expected<void, Error> feed();
     [[nodiscard]] std::expected<bool, Error> nextPacket();
+    void dropHalfFrame() const;
     [[nodiscard]] std::expected<void, Error> place();
     [[nodiscard]] std::expected<void, Error> convert(std::int64_t from, std::int64_t to);
     [[nodiscard]] std::expected<void, Error> prepareResampler();
@@ -280,11 +281,20 @@ std::expected<bool, Error> AudioReader::State::nextPacket() {
         if (code < 0) {
             return std::unexpected(error(code));
         }
-        // Half a frame of PCM is what a write that was cut off leaves at the end.
-        const bool halfFrame = isPcm(decoder->codec_id) && packet->size < std::max(stream->codecpar->block_align, 1);
-        if (packet->stream_index == stream->index && !halfFrame) {
+        if (isPcm(decoder->codec_id)) {
+            dropHalfFrame();
+        }
+        if (packet->stream_index == stream->index && packet->size > 0) {
             return true;
         }
+    }
+}
+
+/// Half a frame of PCM is what a write that was cut off leaves at the end.
+void AudioReader::State::dropHalfFrame() const {
+    const int frameBytes = stream->codecpar->block_align;
+    if (frameBytes > 0) {
+        av_shrink_packet(packet.get(), packet->size - packet->size % frameBytes);
     }
 }
 
