@@ -70,6 +70,14 @@ QString trimmedBlanks(QStringView text) {
     });
 }
 
+bool equalIgnoringCase(QStringView left, QStringView right) {
+    if (left.compare(right, Qt::CaseInsensitive) == 0) {
+        return true;
+    }
+    const auto composed = [](QStringView text) { return text.toString().normalized(QString::NormalizationForm_C); };
+    return composed(left).compare(composed(right), Qt::CaseInsensitive) == 0;
+}
+
 QString oneDecimal(double value) {
     QString text = QString::number(value, 'f', 1);
     return text == "-0.0"_L1 ? u"0.0"_s : text;

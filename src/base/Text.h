@@ -21,6 +21,10 @@ namespace base::Text {
 [[nodiscard]] bool isWhitespaceOrNewline(char32_t scalar);
 [[nodiscard]] bool isNewline(char32_t scalar);
 
+/// Whether two names are the same but for case, however their accents are composed: how lists of names are kept free of
+/// doubles.
+[[nodiscard]] bool equalIgnoringCase(QStringView left, QStringView right);
+
 /// "%.1f" of the C locale, whatever the user's locale is; "-0.0" is written "0.0".
 [[nodiscard]] QString oneDecimal(double value);
 /// round(value * 10) / 10, halves away from zero.

@@ -56,4 +56,17 @@ TEST(TextTest, FormatPutsArgumentsInOrderAndLeavesThemAsTheyAre) {
     EXPECT_EQ(Text::format(u"%@%@"_s, {u"x"_s}), u"x%@"_s);
 }
 
+TEST(Text, NamesAreEqualWhateverTheirCase) {
+    EXPECT_TRUE(Text::equalIgnoringCase(u"Ann", u"aNN"));
+    EXPECT_TRUE(Text::equalIgnoringCase(u"ÉVA", u"éva"));
+    EXPECT_TRUE(Text::equalIgnoringCase(u"", u""));
+    EXPECT_FALSE(Text::equalIgnoringCase(u"Ann", u"Anna"));
+    EXPECT_FALSE(Text::equalIgnoringCase(u"Eva", u"Éva"));
+    EXPECT_FALSE(Text::equalIgnoringCase(u"Ann", u"Ann "));
+}
+
+TEST(Text, NamesAreEqualHoweverTheirAccentsAreComposed) {
+    EXPECT_TRUE(Text::equalIgnoringCase(u"\u00C9va", u"e\u0301VA"));
+}
+
 } // namespace
