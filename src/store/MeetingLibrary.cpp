@@ -1,0 +1,217 @@
+#include "store/MeetingLibrary.h"
+
+#include "base/Json.h"
+#include "base/Text.h"
+#include "copy/Strings.h"
+#include "store/AppPaths.h"
+#include "store/MeetingArchive.h"
+#include "store/MeetingMeta.h"
+#include "store/MeetingNaming.h"
+#include "store/Subfolders.h"
+#include "store/Timestamp.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace store::MeetingLibrary {
+
+using namespace Qt::StringLiterals;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<QString> textAt(const base::Json& meta, QStringView key) {
+    const base::Json* found = meta.find(key);
+    return found != nullptr ? found->toString() : std::nullopt;
+}
+
+std::optional<QString> noteAt(const base::Json& meta) {
+    const QString note = base::Text::trimmed(textAt(meta, u"note").value_or(QString()));
+    return note.isEmpty() ? std::nullopt : std::optional(note);
+}
+
+QStringList peopleAt(const base::Json& meta) {
+    QStringList people;
+    const base::Json* found = meta.find(u"people");
+    const base::Json::Array* elements = found != nullptr ? found->toArray() : nullptr;
+    if (elements != nullptr) {
+        for (const base::Json& element : *elements) {
+            if (auto name = element.toString()) {
+                people.append(std::move(*name));
+            }
+        }
+    }
+    return people;
+}
+
+/// meta.json as an object, read with every tolerance; nullopt if it is missing or not understood.
+std::optional<base::Json> metaObject(const fs::path& folder) {
+    const auto bytes = base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit);
+    auto json = bytes ? base::parseJson(*bytes) : std::unexpected(base::JsonError());
+    return json && json->isObject() ? std::optional(std::move(*json)) : std::nullopt;
+}
+
+MeetingRecord recordOf(const base::Json& meta) {
+    const base::Json* duration = meta.find(u"duration");
+    const base::Json* shots = meta.find(u"screenshotsEnabled");
+    const auto start = textAt(meta, u"start");
+    return {.folder = {},
+            .hasMeta = true,
+            .start = start ? Timestamp::parse(*start) : std::nullopt,
+            .duration = duration != nullptr ? duration->toDouble() : std::nullopt,
+            .type = textAt(meta, u"type"),
+            .people = peopleAt(meta),
+            .note = noteAt(meta),
+            .screenshotsEnabled = shots == nullptr || shots->toBool().value_or(true),
+            .practice = textAt(meta, u"mode") == MeetingMeta::practiceMode};
+}
+
+/// A first copy of `file` under a name that is free.
+std::expected<void, base::FileError> setAside(const fs::path& file) {
+    const fs::path copy =
+        MeetingNaming::uniqueURL(file.parent_path(), base::nameText(file) + u".damaged", base::nameTaken);
+    std::error_code error;
+    fs::copy_file(file, copy, error);
+    if (error) {
+        return std::unexpected(base::fileError(error.value()));
+    }
+    return base::flushFile(copy);
+}
+
+std::unexpected<EditError> failure(EditError::Kind kind, const QString& text) {
+    return std::unexpected(EditError{kind, text});
+}
+
+base::Json textOrNull(const QString& text) {
+    return text.isEmpty() ? base::Json() : base::Json(text);
+}
+
+} // namespace
+
+std::vector<MeetingRecord> load(const fs::path& meetings, const FolderSet& skipping, const QTimeZone& timeZone) {
+    std::vector<MeetingRecord> records;
+    const fs::path identity = base::standardized(meetings);
+    for (const fs::path& folder : subfolders(meetings)) {
+        if (!skipping.isEmpty() && skipping.contains(base::pathText(identity / folder.filename()))) {
+            continue;
+        }
+        records.push_back(record(folder, timeZone));
+        if (!records.back().hasMeta && !base::nameTaken(folder)) {
+            records.pop_back(); // it went while we looked
+        }
+    }
+    std::ranges::sort(records, [](const MeetingRecord& left, const MeetingRecord& right) {
+        // Without a start it sorts as the most distant past.
+        return left.start != right.start ? left.start > right.start
+                                         : left.folder.filename().native() > right.folder.filename().native();
+    });
+    return records;
+}
+
+MeetingRecord record(const fs::path& folder, const QTimeZone& timeZone) {
+    const auto meta = metaObject(folder);
+    MeetingRecord record = meta ? recordOf(*meta) : MeetingRecord();
+    record.folder = folder;
+    if (!record.start) {
+        record.start = startFromName(base::nameText(folder), timeZone);
+    }
+    return record;
+}
+
+std::optional<fs::path> latestFolder(const fs::path& meetings) {
+    const auto records = load(meetings);
+    return records.empty() ? std::nullopt : std::optional(records.front().folder);
+}
+
+std::optional<QDateTime> parseDate(QStringView text) {
+    return Timestamp::parse(text);
+}
+
+std::optional<QDateTime> startFromName(QStringView name, const QTimeZone& timeZone) {
+    return MeetingNaming::startFromBaseName(name, timeZone);
+}
+
+std::optional<QDateTime> endDate(const fs::path& folder) {
+    const auto meta = metaObject(folder);
+    const auto end = meta ? textAt(*meta, u"end") : std::nullopt;
+    return end ? Timestamp::parse(*end) : std::nullopt;
+}
+
+std::vector<MeetingShot> shots(const MeetingRecord& record) {
+    std::vector<MeetingShot> found;
+    std::error_code error;
+    for (fs::directory_iterator entry(record.shotsURL(), error), end; !error && entry != end; entry.increment(error)) {
+        // Hidden names have another beginning.
+        if (const auto seconds = MeetingShot::secondsFromName(base::nameText(entry->path()))) {
+            found.push_back({entry->path(), *seconds});
+        }
+    }
+    if (error) {
+        return {};
+    }
+    std::ranges::sort(found, [](const MeetingShot& left, const MeetingShot& right) {
+        return left.seconds != right.seconds ? left.seconds < right.seconds
+                                             : left.url.filename().native() < right.url.filename().native();
+    });
+    return found;
+}
+
+std::expected<void, EditError> update(const MeetingRecord& record, const Edit& edit) {
+    const auto bytes = base::readFile(record.metaURL(), MeetingArchive::metaLimit);
+    if (!bytes && bytes.error().kind != base::FileError::Kind::TooLarge) {
+        return failure(EditError::Kind::NoMeta, copy::Strings::mainNoMeta);
+    }
+    auto meta = bytes ? base::parseJson(*bytes) : std::unexpected(base::JsonError());
+    if (!meta || !meta->isObject()) {
+        return failure(EditError::Kind::Unreadable, copy::Strings::mainMetaBroken);
+    }
+    if (edit.note) {
+        meta->set(u"note"_s, textOrNull(base::Text::trimmed(*edit.note)));
+    }
+    if (edit.type) {
+        meta->set(u"type"_s, textOrNull(*edit.type));
+    }
+    if (edit.people) {
+        meta->set(u"people"_s, base::Json(cleanNames(*edit.people)));
+    }
+    if (const auto written = base::replaceFile(record.metaURL(), base::writeJson(*meta)); !written) {
+        return failure(EditError::Kind::System, written.error().text);
+    }
+    return {};
+}
+
+QStringList cleanNames(const QStringList& names) {
+    QStringList kept;
+    for (const QString& name : names) {
+        const QString trimmed = base::Text::trimmed(name);
+        const auto isKept = [&trimmed](const QString& other) { return base::Text::equalIgnoringCase(other, trimmed); };
+        if (!trimmed.isEmpty() && std::ranges::none_of(kept, isKept)) {
+            kept.append(trimmed);
+        }
+    }
+    return kept;
+}
+
+QString readNotes(const MeetingRecord& record) {
+    return base::readText(record.notesURL()).value_or(QString());
+}
+
+std::expected<void, base::FileError> writeNotes(const QString& text, const MeetingRecord& record) {
+    const auto present = base::readText(record.notesURL());
+    const bool missing = !present && present.error().kind == base::FileError::Kind::Missing;
+    if (missing && text.isEmpty()) {
+        return {};
+    }
+    if (!present && !missing) {
+        if (auto copied = setAside(record.notesURL()); !copied) {
+            return copied;
+        }
+    }
+    return base::replaceFile(record.notesURL(), text.toUtf8());
+}
+
+std::expected<void, base::FileError> trash(const MeetingRecord& record, const QDateTime& now) {
+    return AppPaths::trashItem(record.folder, now);
+}
+
+} // namespace store::MeetingLibrary
