@@ -73,7 +73,7 @@ public:
     /// Of this moment, after every block that was delivered before.
     [[nodiscard]] TrackHealth health();
     /// The mean level since the last call; nullopt if no sample came.
-    [[nodiscard]] std::optional<double> takeLevelDB();
+    std::optional<double> takeLevelDB();
     /// Fills the track with silence up to `totalSeconds`, closes it and gives its length in seconds, which is more when
     /// the track ran over. Again: the same length.
     double finish(double totalSeconds);

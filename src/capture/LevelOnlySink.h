@@ -32,7 +32,7 @@ public:
     /// The same for a buffer that is at hand already.
     void add(const PcmBuffer& buffer);
     /// The mean level since the last call; nullopt if no sample came.
-    [[nodiscard]] std::optional<double> takeLevelDB();
+    std::optional<double> takeLevelDB();
     /// Seen in all; never goes back.
     [[nodiscard]] std::int64_t buffers() const;
 

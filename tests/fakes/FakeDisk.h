@@ -4,6 +4,7 @@
 #include "media/TrackFile.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -21,6 +22,7 @@ struct FakeDisk {
     std::size_t largestWrite = 0;
     int flushCount = 0;
     int closeCount = 0;
+    std::function<void()> onFlush;
 
     /// The disk must outlive the file.
     [[nodiscard]] media::OpenTrackFile opener() {
@@ -57,6 +59,9 @@ private:
 
         std::expected<void, media::Error> flush() override {
             ++m_disk.flushCount;
+            if (m_disk.onFlush) {
+                m_disk.onFlush();
+            }
             return result(m_disk.flushes, QStringLiteral("flush failed"));
         }
 
