@@ -52,7 +52,7 @@ class Check(unittest.TestCase):
             self.assertIn(text, ended.stdout)
 
     def test_a_good_tree_is_green(self):
-        for name in ("format", "layers", "headers", "words"):
+        for name in ("format", "layers", "headers", "words", "links"):
             self.assert_green(name)
 
     def test_an_unknown_check_is_an_error(self):
@@ -155,6 +155,12 @@ class Check(unittest.TestCase):
     def test_words_pass_over_what_git_ignores(self):
         self.write("build/dev/notes.md", "TO" + "DO\n")
         self.assert_green("words")
+
+    def test_links_go_red_on_a_file_that_is_not_there(self):
+        self.write("docs/notes.md", "[here](../src/base/Name.h#top) [there](https://example.org/x) [part](#top)\n")
+        self.assert_green("links")
+        self.write("docs/notes.md", "\n[here](src/base/Name.h)\n")
+        self.assert_red("links", "docs/notes.md:2: src/base/Name.h is not there")
 
 
 if __name__ == "__main__":
