@@ -62,7 +62,12 @@ bool isNumber(const QByteArray& text) {
 }
 
 QString text(std::string_view utf8) {
-    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+    QString result = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+    // Qt takes a byte-order mark off the front; within a text it is a character like any other.
+    if (utf8.starts_with("\xEF\xBB\xBF")) {
+        result.prepend(QChar::ByteOrderMark);
+    }
+    return result;
 }
 
 Json read(ondemand::value value, int depth) {

@@ -116,4 +116,13 @@ TEST(JsonTest, NumbersAreWrittenSoThatTheyReadBackTheSame) {
     EXPECT_EQ(writeCompactJson(Json::oneDecimal(-0.01)), "0.0");
 }
 
+TEST(Json, AByteOrderMarkWithinATextStaysThere) {
+    const QByteArray bytes = "{\"\xEF\xBB\xBFkey\":\"\xEF\xBB\xBF\xEF\xBB\xBF"
+                             "a\"}";
+    const auto json = base::parseJson(bytes);
+    ASSERT_TRUE(json);
+    EXPECT_EQ(json->find(u"\uFEFFkey")->toString(), u"\uFEFF\uFEFFa"_s);
+    EXPECT_EQ(base::writeCompactJson(*json), bytes);
+}
+
 } // namespace
