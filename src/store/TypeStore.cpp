@@ -4,9 +4,9 @@
 #include "copy/Strings.h"
 #include "store/ListFile.h"
 #include "store/TypeColor.h"
+#include "store/TypeRewrite.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace store {
 
@@ -69,6 +69,23 @@ TypeStore::Result<QString> TypeStore::add(const QString& name, const std::option
         return std::unexpected(written.error());
     }
     return cleaned;
+}
+
+TypeStore::Result<TypeChange> TypeStore::rename(const QString& name, const QString& to,
+                                                const base::fs::path& meetings) {
+    const auto started = startRename(name, to, meetings);
+    if (!started) {
+        return std::unexpected(started.error());
+    }
+    return *started ? TypeRewrite::run(**started) : TypeChange{};
+}
+
+TypeStore::Result<TypeChange> TypeStore::remove(const QString& name, const base::fs::path& meetings) {
+    const auto started = startRemoval(name, meetings);
+    if (!started) {
+        return std::unexpected(started.error());
+    }
+    return TypeRewrite::run(*started);
 }
 
 TypeStore::Result<std::optional<TypeRename>> TypeStore::startRename(const QString& name, const QString& to,
@@ -136,6 +153,10 @@ TypeStore::Result<void> TypeStore::move(qsizetype from, qsizetype to) {
     const auto place = std::clamp<qsizetype>(to, 0, std::ssize(changed.types));
     changed.types.insert(changed.types.begin() + place, std::move(type));
     return write(std::move(changed));
+}
+
+int TypeStore::count(const std::optional<QString>& type, std::span<const MeetingRecord> meetings) {
+    return static_cast<int>(std::ranges::count(meetings, type, &MeetingRecord::type));
 }
 
 TypeStore::Result<void> TypeStore::loadForChange() {

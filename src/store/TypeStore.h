@@ -8,6 +8,7 @@
 #pragma once
 
 #include "base/Files.h"
+#include "store/MeetingRecord.h"
 #include "store/TypeError.h"
 #include "store/TypeRename.h"
 #include "store/TypesFile.h"
@@ -16,6 +17,7 @@
 
 #include <expected>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace store {
@@ -60,6 +62,9 @@ public:
     /// Takes the type at `from` out and puts it in at `to` of those left, or at the nearest end. Nothing happens
     /// without a type at `from`.
     [[nodiscard]] Result<void> move(qsizetype from, qsizetype to);
+
+    /// How many of the meetings have that type; nullopt counts those without one.
+    [[nodiscard]] static int count(const std::optional<QString>& type, std::span<const MeetingRecord> meetings);
 
 private:
     [[nodiscard]] Result<void> loadForChange();
