@@ -1,11 +1,13 @@
 #include "ai/Gestalt.h"
 #include "ai/TranscriptCleaner.h"
+#include "ai/TranscriptTokens_p.h"
 
-#include <QHash>
+#include <QHashFunctions>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
-#include <numeric>
+#include <unordered_map>
 
 namespace ai::TranscriptCleaner {
 
@@ -19,29 +21,39 @@ struct Spoken {
     bool substantial = false;
 };
 
-/// Gives equal words equal numbers.
+/// Gives equal words equal numbers, however their marks are composed.
 class Vocabulary {
 public:
-    Spoken number(const WhisperSegment& segment) {
-        const QStringList words = tokens(segment.text);
-        Spoken spoken{segment.start, segment.end, {}, substantial(words)};
-        spoken.words.reserve(static_cast<std::size_t>(words.size()));
-        for (const QString& word : words) {
-            const QString key = word.normalized(QString::NormalizationForm_C);
-            spoken.words.push_back(m_numbers.emplace(key, static_cast<int>(m_numbers.size())).value());
-        }
+    Spoken number(const NormalizedSegment& heard) {
+        Spoken spoken{heard.segment.start, heard.segment.end, {}, false};
+        std::size_t cjk = 0;
+        forEachToken(heard.normalized, [&](QStringView token) {
+            spoken.words.push_back(numberOf(token));
+            cjk += isCJK(token) ? 1 : 0;
+        });
+        spoken.substantial = spoken.words.size() - cjk >= substantialWords || cjk >= substantialCharacters;
         return spoken;
     }
 
 private:
-    struct Numbers : QHash<QString, int> {
-        iterator emplace(const QString& key, int next) {
-            const auto found = find(key);
-            return found != end() ? found : insert(key, next);
-        }
+    struct Hash {
+        using is_transparent = void;
+
+        std::size_t operator()(QStringView text) const noexcept { return qHash(text); }
     };
 
-    Numbers m_numbers;
+    int numberOf(QStringView token) {
+        if (const auto known = m_numbers.find(token); known != m_numbers.end()) {
+            return known->second;
+        }
+        const auto next = static_cast<int>(m_numbers.size());
+        const QString composed = token.toString().normalized(QString::NormalizationForm_C);
+        const int number = m_numbers.try_emplace(composed, next).first->second;
+        m_numbers.try_emplace(token.toString(), number);
+        return number;
+    }
+
+    std::unordered_map<QString, int, Hash, std::equal_to<>> m_numbers;
 };
 
 bool overlaps(const Spoken& one, const Spoken& other) {
@@ -150,38 +162,53 @@ private:
     std::vector<double> m_latestEnd;
 };
 
-std::vector<Spoken> numberedByStart(Vocabulary& vocabulary, std::span<const WhisperSegment> segments) {
+std::vector<Spoken> numberedByStart(Vocabulary& vocabulary, std::span<const NormalizedSegment> segments) {
     std::vector<Spoken> ordered;
     ordered.reserve(segments.size());
-    for (const WhisperSegment& segment : segments) {
+    for (const NormalizedSegment& segment : segments) {
         ordered.push_back(vocabulary.number(segment));
     }
     std::ranges::stable_sort(ordered, {}, &Spoken::start);
     return ordered;
 }
 
+std::vector<NormalizedSegment> normalizedOf(std::span<const WhisperSegment> segments) {
+    std::vector<NormalizedSegment> result;
+    result.reserve(segments.size());
+    for (const WhisperSegment& segment : segments) {
+        result.push_back({segment, normalize(segment.text)});
+    }
+    return result;
+}
+
 } // namespace
 
 bool isLeak(const WhisperSegment& segment, std::span<const WhisperSegment> near) {
     Vocabulary vocabulary;
-    const std::vector<Spoken> ordered = numberedByStart(vocabulary, near);
+    const std::vector<Spoken> ordered = numberedByStart(vocabulary, normalizedOf(near));
     std::vector<const Spoken*> pointers;
     for (const Spoken& spoken : ordered) {
         pointers.push_back(&spoken);
     }
-    return isLeak(vocabulary.number(segment), pointers);
+    return isLeak(vocabulary.number({segment, normalize(segment.text)}), pointers);
 }
 
 std::vector<WhisperSegment> removeLeaks(std::span<const WhisperSegment> mic, std::span<const WhisperSegment> system) {
+    return withoutLeaks(normalizedOf(mic), normalizedOf(system));
+}
+
+std::vector<WhisperSegment> withoutLeaks(std::span<const NormalizedSegment> mic,
+                                         std::span<const NormalizedSegment> system) {
     Vocabulary vocabulary;
     const std::vector<Spoken> ordered = numberedByStart(vocabulary, system);
     const SpanIndex index(ordered);
     std::vector<const Spoken*> near;
     std::vector<WhisperSegment> kept;
-    for (const WhisperSegment& segment : mic) {
-        index.collect(segment.end + leakWindow, segment.start - leakWindow, near);
-        if (near.empty() || !isLeak(vocabulary.number(segment), near)) {
-            kept.push_back(segment);
+    kept.reserve(mic.size());
+    for (const NormalizedSegment& heard : mic) {
+        index.collect(heard.segment.end + leakWindow, heard.segment.start - leakWindow, near);
+        if (near.empty() || !isLeak(vocabulary.number(heard), near)) {
+            kept.push_back(heard.segment);
         }
     }
     return kept;

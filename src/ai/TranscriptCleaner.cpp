@@ -1,8 +1,11 @@
 #include "ai/TranscriptCleaner.h"
 
+#include "ai/TranscriptTokens_p.h"
 #include "base/Text.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace ai::TranscriptCleaner {
 
@@ -13,9 +16,19 @@ bool isBelievable(const WhisperSegment& segment) {
            segment.noSpeechProb <= maxNoSpeech;
 }
 
-/// What two texts are compared by, however their marks are composed.
-QString repeatKey(const QString& text) {
-    return normalize(text).normalized(QString::NormalizationForm_C);
+/// Equal however their marks are composed.
+bool sameText(const QString& one, const QString& other) {
+    return one == other ||
+           one.normalized(QString::NormalizationForm_C) == other.normalized(QString::NormalizationForm_C);
+}
+
+std::vector<WhisperSegment> plain(std::span<const NormalizedSegment> segments) {
+    std::vector<WhisperSegment> result;
+    result.reserve(segments.size());
+    for (const NormalizedSegment& segment : segments) {
+        result.push_back(segment.segment);
+    }
+    return result;
 }
 
 void append(std::vector<Transcript::Segment>& all, std::span<const WhisperSegment> segments, const QString& speaker) {
@@ -51,38 +64,43 @@ std::vector<WhisperSegment> clampToLength(std::span<const WhisperSegment> segmen
     return clamped;
 }
 
-std::vector<WhisperSegment> dropHallucinations(std::span<const WhisperSegment> segments) {
-    std::vector<WhisperSegment> believable;
-    std::vector<QString> keys;
-    for (const WhisperSegment& segment : segments) {
+std::vector<NormalizedSegment> withoutHallucinations(std::vector<WhisperSegment> segments) {
+    std::vector<NormalizedSegment> believable;
+    believable.reserve(segments.size());
+    for (WhisperSegment& segment : segments) {
         if (isBelievable(segment)) {
-            believable.push_back(segment);
-            keys.push_back(repeatKey(segment.text));
+            QString normalized = normalize(segment.text);
+            believable.push_back({std::move(segment), std::move(normalized)});
         }
     }
-    std::vector<WhisperSegment> kept;
-    for (std::size_t first = 0; first < believable.size();) {
-        std::size_t behind = first + 1;
-        while (behind < believable.size() && keys[behind] == keys[first] &&
-               believable[behind].start - believable[behind - 1].end <= repeatGap) {
+    std::vector<NormalizedSegment> kept;
+    kept.reserve(believable.size());
+    for (auto first = believable.begin(); first != believable.end();) {
+        auto behind = first + 1;
+        while (behind != believable.end() && sameText(behind->normalized, first->normalized) &&
+               behind->segment.start - (behind - 1)->segment.end <= repeatGap) {
             ++behind;
         }
-        const bool repeats = behind - first >= repeatRun && isShort(believable[first].text);
-        kept.insert(kept.end(), believable.begin() + static_cast<std::ptrdiff_t>(first),
-                    believable.begin() + static_cast<std::ptrdiff_t>(repeats ? first + 1 : behind));
+        const auto length = static_cast<std::size_t>(behind - first);
+        const bool repeats = length >= repeatRun && isShortNormalized(first->normalized);
+        std::move(first, repeats ? first + 1 : behind, std::back_inserter(kept));
         first = behind;
     }
     return kept;
 }
 
+std::vector<WhisperSegment> dropHallucinations(std::span<const WhisperSegment> segments) {
+    return plain(withoutHallucinations({segments.begin(), segments.end()}));
+}
+
 std::vector<Transcript::Segment> clean(std::span<const WhisperSegment> mic, std::span<const WhisperSegment> system,
                                        std::optional<double> duration, Merge merge) {
-    const auto theirs = dropHallucinations(clampToLength(system, duration));
-    const auto mine = removeLeaks(dropHallucinations(clampToLength(mic, duration)), theirs);
+    const auto theirs = withoutHallucinations(clampToLength(system, duration));
+    const auto mine = withoutLeaks(withoutHallucinations(clampToLength(mic, duration)), theirs);
     std::vector<Transcript::Segment> all;
     all.reserve(mine.size() + theirs.size());
     append(all, mine, Transcript::me);
-    append(all, theirs, Transcript::them);
+    append(all, plain(theirs), Transcript::them);
     std::ranges::stable_sort(all, {}, &Transcript::Segment::start); // "me" stands first and stays first
     return merge == Merge::Yes ? Transcript::merged(all) : all;
 }

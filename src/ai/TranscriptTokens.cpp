@@ -1,5 +1,6 @@
 #include "ai/Gestalt.h"
 #include "ai/TranscriptCleaner.h"
+#include "ai/TranscriptTokens_p.h"
 #include "base/Text.h"
 
 #include <QTextBoundaryFinder>
@@ -44,12 +45,23 @@ void forEachScalar(QStringView text, Visit visit) {
     }
 }
 
+/// Whether a unit never joins with its neighbours into one character: most of what people write.
+bool standsAlone(char16_t unit) {
+    return (unit < 0x300 && unit != u'\r') || (unit >= 0x4E00 && unit <= 0x9FFF);
+}
+
 template<typename Visit>
-void forEachCharacter(const QString& text, Visit visit) {
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+void forEachCharacter(QStringView text, Visit visit) {
+    if (std::ranges::all_of(text, [](QChar unit) { return standsAlone(unit.unicode()); })) {
+        for (qsizetype i = 0; i < text.size(); ++i) {
+            visit(text.sliced(i, 1));
+        }
+        return;
+    }
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
     qsizetype from = 0;
     for (qsizetype to = finder.toNextBoundary(); to >= 0; from = to, to = finder.toNextBoundary()) {
-        visit(QStringView(text).sliced(from, to - from));
+        visit(text.sliced(from, to - from));
     }
 }
 
@@ -75,36 +87,47 @@ bool isCJK(QStringView text) {
 }
 
 QString normalize(const QString& text) {
-    QString spaced;
-    forEachScalar(text.toLower(), [&spaced](char32_t scalar) {
-        if (isPunctuationOrSymbol(scalar)) {
-            spaced += u' ';
-        } else {
-            spaced += QChar::fromUcs4(scalar);
+    const QString lower = text.toLower();
+    QString normalized;
+    normalized.reserve(lower.size());
+    forEachScalar(lower, [&normalized](char32_t scalar) {
+        if (scalar != U' ' && !isPunctuationOrSymbol(scalar)) {
+            normalized += QChar::fromUcs4(scalar);
+        } else if (!normalized.isEmpty() && normalized.back() != u' ') {
+            normalized += u' ';
         }
     });
-    return spaced.split(u' ', Qt::SkipEmptyParts).join(u' ');
+    if (normalized.endsWith(u' ')) {
+        normalized.chop(1);
+    }
+    return normalized;
+}
+
+void forEachToken(QStringView normalized, const std::function<void(QStringView)>& visit) {
+    qsizetype position = 0;
+    qsizetype wordStart = 0;
+    const auto endWord = [&] {
+        if (position > wordStart) {
+            visit(normalized.sliced(wordStart, position - wordStart));
+        }
+    };
+    forEachCharacter(normalized, [&](QStringView character) {
+        const bool whitespace = isWhitespace(character);
+        if (whitespace || isCJK(character)) {
+            endWord();
+            if (!whitespace) {
+                visit(character);
+            }
+            wordStart = position + character.size();
+        }
+        position += character.size();
+    });
+    endWord();
 }
 
 QStringList tokens(const QString& text) {
     QStringList result;
-    QString word;
-    const auto endWord = [&] {
-        if (!word.isEmpty()) {
-            result.append(std::exchange(word, QString()));
-        }
-    };
-    forEachCharacter(normalize(text), [&](QStringView character) {
-        if (isWhitespace(character)) {
-            endWord();
-        } else if (isCJK(character)) {
-            endWord();
-            result.append(character.toString());
-        } else {
-            word += character;
-        }
-    });
-    endWord();
+    forEachToken(normalize(text), [&result](QStringView token) { result.append(token.toString()); });
     return result;
 }
 
@@ -117,8 +140,11 @@ bool substantial(const QStringList& tokens) {
 }
 
 bool isShort(const QString& text) {
-    const QString normalized = normalize(text);
-    if (normalized.split(u' ', Qt::SkipEmptyParts).size() <= shortWords) {
+    return isShortNormalized(normalize(text));
+}
+
+bool isShortNormalized(QStringView normalized) {
+    if (normalized.isEmpty() || normalized.count(u' ') + 1 <= shortWords) {
         return true;
     }
     qsizetype characters = 0;

@@ -1,0 +1,29 @@
+// The steps of cleaning on texts that are normalised already, so that each text is normalised once.
+#pragma once
+
+#include "ai/WhisperOutput.h"
+
+#include <QString>
+#include <QStringView>
+
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace ai::TranscriptCleaner {
+
+/// A segment beside its normalised text.
+struct NormalizedSegment {
+    WhisperSegment segment;
+    QString normalized;
+};
+
+/// The tokens of a normalised text, in order; the views are borrowed from it.
+void forEachToken(QStringView normalized, const std::function<void(QStringView)>& visit);
+[[nodiscard]] bool isShortNormalized(QStringView normalized);
+
+[[nodiscard]] std::vector<NormalizedSegment> withoutHallucinations(std::vector<WhisperSegment> segments);
+[[nodiscard]] std::vector<WhisperSegment> withoutLeaks(std::span<const NormalizedSegment> mic,
+                                                       std::span<const NormalizedSegment> system);
+
+} // namespace ai::TranscriptCleaner
