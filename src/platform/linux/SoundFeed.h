@@ -1,0 +1,74 @@
+// Turns what a capture stream of the sound server gives into blocks with true stamps: contiguous, never ahead of now,
+// joined without a hole and without a doubled frame to the stream that this one replaces.
+//   Units    seconds on the host clock
+//   Threads  none of its own: one at a time
+//   Errors   none
+//   Memory   what arrives before start() or before its moment is known is kept, up to `longestKept`
+#pragma once
+
+#include "capture/AudioBlock.h"
+#include "platform/linux/StreamClock.h"
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace platform::linux_desktop {
+
+/// A block as the server hands it over.
+struct SoundArrival {
+    double now = 0;                     ///< host clock
+    std::optional<double> latency;      ///< age of the first frame; nullopt while the server has not said it
+    std::span<const std::byte> samples; ///< empty: the server has lost these frames
+    std::int64_t frames = 0;
+};
+
+class SoundFeed {
+public:
+    /// Sound is made to begin so much earlier, by silence, when nothing was delivered just before. A track takes a hole
+    /// of up to 0.1 seconds for jitter and leaves it out, also the one between its own beginning and the first sound,
+    /// which would put all that follows so much too early. Seconds.
+    static constexpr double leadInSeconds = 0.2;
+    /// The lead-in comes in pieces, so that what lies before the beginning of a track can be dropped. Seconds.
+    static constexpr double leadInPieceSeconds = 0.002;
+    /// Of what arrives before it may be delivered the newest is kept. Seconds.
+    static constexpr double longestKept = 2.0;
+
+    using OnBlock = std::function<void(const capture::AudioBlock&)>;
+
+    SoundFeed(capture::AudioFormat format, OnBlock onBlock);
+
+    void take(const SoundArrival& arrival);
+    /// Blocks flow from now on. `deliveredUntil`: the end of what the replaced stream has delivered, if there was one.
+    void start(std::optional<double> deliveredUntil);
+    /// Delivers what waits for its moment. The stream is about to end.
+    void finish();
+    /// The end of the last frame delivered.
+    [[nodiscard]] std::optional<double> deliveredUntil() const noexcept { return m_deliveredUntil; }
+
+private:
+    struct Kept {
+        std::int64_t firstFrame;
+        std::vector<std::byte> samples;
+    };
+
+    void deliverKept();
+    void deliver(std::int64_t firstFrame, std::span<const std::byte> samples);
+    void join(double firstMoment);
+    void pass(std::span<const std::byte> samples, double moment);
+    [[nodiscard]] std::size_t frameBytes() const noexcept;
+    [[nodiscard]] double seconds(std::size_t bytes) const noexcept;
+
+    capture::AudioFormat m_format;
+    OnBlock m_onBlock;
+    StreamClock m_clock;
+    double m_now = 0; ///< of the last arrival
+    bool m_started = false;
+    bool m_joined = false;
+    std::deque<Kept> m_kept;
+    std::optional<double> m_deliveredUntil;
+};
+
+} // namespace platform::linux_desktop

@@ -1,0 +1,117 @@
+#include "platform/ClickPlayer.h"
+
+#include "base/HostClock.h"
+
+#include <pulse/pulseaudio.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace platform::linux_desktop {
+
+namespace {
+
+constexpr auto beatFrames = static_cast<std::int64_t>(ClickPlayer::rate * ClickPlayer::beatSeconds);
+constexpr auto clickFrames = static_cast<std::int64_t>(ClickPlayer::rate * ClickPlayer::clickSeconds);
+constexpr std::int16_t loud = 24000;
+
+} // namespace
+
+struct ClickPlayer::State {
+    base::MonotonicClock clock;
+    pa_threaded_mainloop* loop = pa_threaded_mainloop_new();
+    pa_context* context = nullptr;
+    pa_stream* stream = nullptr;
+    std::string sink;
+    std::int64_t frames = 0;      ///< handed over
+    std::vector<double> origins;  ///< where frame 0 lies by each word of the server
+
+    void connected() {
+        if (pa_context_get_state(context) != PA_CONTEXT_READY) {
+            return;
+        }
+        const pa_sample_spec format{.format = PA_SAMPLE_S16NE, .rate = static_cast<std::uint32_t>(rate), .channels = 2};
+        stream = pa_stream_new(context, "clicks", &format, nullptr);
+        pa_stream_set_write_callback(
+            stream, [](pa_stream*, std::size_t bytes, void* self) { static_cast<State*>(self)->write(bytes); }, this);
+        const pa_buffer_attr buffer{.maxlength = static_cast<std::uint32_t>(-1),
+                                    .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(60'000, &format)),
+                                    .prebuf = static_cast<std::uint32_t>(-1),
+                                    .minreq = static_cast<std::uint32_t>(-1),
+                                    .fragsize = static_cast<std::uint32_t>(-1)};
+        pa_stream_connect_playback(stream, sink.empty() ? nullptr : sink.c_str(), &buffer,
+                                   static_cast<pa_stream_flags_t>(PA_STREAM_AUTO_TIMING_UPDATE |
+                                                                  PA_STREAM_INTERPOLATE_TIMING |
+                                                                  PA_STREAM_ADJUST_LATENCY),
+                                   nullptr, nullptr);
+    }
+
+    void write(std::size_t bytes) {
+        pa_usec_t latency = 0;
+        int negative = 0;
+        if (pa_stream_get_latency(stream, &latency, &negative) >= 0) {
+            const double ahead = static_cast<double>(latency) / 1e6 * (negative ? -1 : 1);
+            origins.push_back(clock.now() + ahead - static_cast<double>(frames) / rate);
+        }
+        std::vector<std::int16_t> samples(bytes / sizeof(std::int16_t));
+        for (std::size_t index = 0; index < samples.size(); ++index) {
+            const std::int64_t inBeat = (frames + static_cast<std::int64_t>(index / 2)) % beatFrames;
+            samples[index] = inBeat < clickFrames ? loud : std::int16_t{0};
+        }
+        pa_stream_write(stream, samples.data(), samples.size() * sizeof(std::int16_t), nullptr, 0, PA_SEEK_RELATIVE);
+        frames += static_cast<std::int64_t>(samples.size() / 2);
+    }
+};
+
+ClickPlayer::ClickPlayer(const std::string& sink, bool asOtherProgram) : m_state(std::make_unique<State>()) {
+    m_state->sink = sink;
+    auto* const properties = pa_proplist_new();
+    if (asOtherProgram) {
+        pa_proplist_sets(properties, PA_PROP_APPLICATION_PROCESS_ID, "1");
+    }
+    m_state->context =
+        pa_context_new_with_proplist(pa_threaded_mainloop_get_api(m_state->loop), "click player", properties);
+    pa_proplist_free(properties);
+    pa_context_set_state_callback(
+        m_state->context, [](pa_context*, void* self) { static_cast<State*>(self)->connected(); }, m_state.get());
+    pa_context_connect(m_state->context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
+    pa_threaded_mainloop_start(m_state->loop);
+}
+
+ClickPlayer::~ClickPlayer() {
+    pa_threaded_mainloop_stop(m_state->loop);
+    if (m_state->stream) {
+        pa_stream_disconnect(m_state->stream);
+        pa_stream_unref(m_state->stream);
+    }
+    pa_context_disconnect(m_state->context);
+    pa_context_unref(m_state->context);
+    pa_threaded_mainloop_free(m_state->loop);
+}
+
+bool ClickPlayer::playing() const {
+    pa_threaded_mainloop_lock(m_state->loop);
+    const bool playing = m_state->frames > 2 * beatFrames;
+    pa_threaded_mainloop_unlock(m_state->loop);
+    return playing;
+}
+
+std::vector<double> ClickPlayer::clicks() const {
+    pa_threaded_mainloop_lock(m_state->loop);
+    auto origins = m_state->origins;
+    const auto frames = m_state->frames;
+    pa_threaded_mainloop_unlock(m_state->loop);
+    std::vector<double> moments;
+    if (origins.empty()) {
+        return moments;
+    }
+    const auto middle = origins.begin() + static_cast<std::ptrdiff_t>(origins.size() / 2);
+    std::nth_element(origins.begin(), middle, origins.end());
+    for (std::int64_t frame = 0; frame < frames; frame += beatFrames) {
+        moments.push_back(*middle + static_cast<double>(frame) / rate);
+    }
+    return moments;
+}
+
+} // namespace platform::linux_desktop
