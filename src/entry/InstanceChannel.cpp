@@ -1,6 +1,7 @@
 #include "entry/InstanceChannel.h"
 
 #include "base/Files.h"
+#include "base/Handle.h"
 #include "base/HostClock.h"
 
 #include <QCryptographicHash>
@@ -9,8 +10,12 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace entry {
@@ -21,10 +26,10 @@ namespace {
 
 constexpr int retryMilliseconds = 50;
 
-bool isOwnUser(const QLocalSocket& socket) {
+/// Whoever is at the other end of a socket could be anybody: the name alone protects nothing.
+bool isOwnUser(int descriptor) {
     ucred peer{};
     socklen_t length = sizeof peer;
-    const int descriptor = static_cast<int>(socket.socketDescriptor());
     return ::getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == ::geteuid();
 }
 
@@ -32,26 +37,54 @@ QByteArray line(QStringView text) {
     return text.toUtf8() + '\n';
 }
 
-/// Milliseconds left until `deadline`, at least one so that Qt does not take it for "without end".
-int remaining(const base::HostClock& clock, double deadline) {
-    return std::max(1, static_cast<int>((deadline - clock.now()) * 1000.0));
+/// A socket connected to the running instance; empty while nobody of this user listens there.
+base::FileDescriptor connectTo(const QString& address) {
+    base::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const QByteArray name = address.toUtf8();
+    sockaddr_un target{};
+    target.sun_family = AF_UNIX;
+    if (!socket || static_cast<std::size_t>(name.size()) >= sizeof target.sun_path) {
+        return {};
+    }
+    // The byte before the name stays 0: such a name is no file.
+    std::memcpy(target.sun_path + 1, name.constData(), static_cast<std::size_t>(name.size()));
+    const auto length =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + static_cast<std::size_t>(name.size()));
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&target), length) != 0 || !isOwnUser(socket.get())) {
+        return {};
+    }
+    return socket;
+}
+
+/// The first line that comes within the time; nullopt when none does.
+std::optional<QByteArray> readLine(int socket, const base::HostClock& clock, double deadline) {
+    QByteArray heard;
+    while (!heard.contains('\n')) {
+        pollfd readable{.fd = socket, .events = POLLIN, .revents = 0};
+        const int wait = std::max(0, static_cast<int>((deadline - clock.now()) * 1000.0));
+        if (::poll(&readable, 1, wait) <= 0) {
+            return std::nullopt;
+        }
+        std::array<char, 256> part{};
+        const auto count = ::recv(socket, part.data(), part.size(), 0);
+        if (count <= 0 || heard.size() > InstanceChannel::maxLine) {
+            return std::nullopt;
+        }
+        heard.append(part.data(), static_cast<qsizetype>(count));
+    }
+    return heard.left(heard.indexOf('\n'));
 }
 
 std::optional<QString> askOnce(const QString& address, const QString& word, const base::HostClock& clock,
                                double deadline) {
-    QLocalSocket socket;
-    socket.setSocketOptions(QLocalSocket::AbstractNamespaceOption);
-    socket.connectToServer(address);
-    if (!socket.waitForConnected(remaining(clock, deadline)) || !isOwnUser(socket)) {
+    const base::FileDescriptor socket = connectTo(address);
+    const QByteArray said = line(word);
+    if (!socket || ::send(socket.get(), said.constData(), static_cast<std::size_t>(said.size()), MSG_NOSIGNAL) !=
+                       static_cast<ssize_t>(said.size())) {
         return std::nullopt;
     }
-    socket.write(line(word));
-    while (!socket.canReadLine()) {
-        if (clock.now() >= deadline || !socket.waitForReadyRead(remaining(clock, deadline))) {
-            return std::nullopt;
-        }
-    }
-    return QString::fromUtf8(socket.readLine(InstanceChannel::maxLine)).trimmed();
+    const auto answer = readLine(socket.get(), clock, deadline);
+    return answer ? std::optional(QString::fromUtf8(*answer).trimmed()) : std::nullopt;
 }
 
 } // namespace
@@ -81,7 +114,7 @@ bool InstanceChannel::listening() const {
 void InstanceChannel::accept() {
     while (QLocalSocket* caller = m_server->nextPendingConnection()) {
         const auto callers = m_server->findChildren<QLocalSocket*>(Qt::FindDirectChildrenOnly).size();
-        if (!isOwnUser(*caller) || callers > maxCallers) {
+        if (!isOwnUser(static_cast<int>(caller->socketDescriptor())) || callers > maxCallers) {
             delete caller;
             continue;
         }

@@ -1,0 +1,166 @@
+#include "app/Application.h"
+
+#include "app/Absent.h"
+#include "base/Dispatch.h"
+#include "base/Environment.h"
+#include "base/HostClock.h"
+#include "base/MainScheduler.h"
+#include "base/WallClock.h"
+#include "copy/Strings.h"
+#include "entry/AppDelegate.h"
+#include "entry/CaptureRoles.h"
+#include "entry/InstanceChannel.h"
+#include "entry/StoreFiles.h"
+#include "platform/linux/DisplayServer.h"
+#include "platform/linux/LinuxPermissions.h"
+#include "platform/linux/PulseConnection.h"
+#include "platform/linux/PulseInput.h"
+#include "platform/linux/PulseSystemAudio.h"
+#include "platform/linux/TrayItem.h"
+#include "platform/linux/X11Screens.h"
+#include "selftest/AutoTest.h"
+#include "store/AppPaths.h"
+#include "store/RecordingLock.h"
+#include "ui/PlainWindow.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <cstdlib>
+#include <utility>
+
+namespace app {
+
+using namespace Qt::StringLiterals;
+namespace desktop = platform::linux_desktop;
+
+namespace {
+
+/// How long the sound server may take to be reached before the start goes on without its answer. Seconds.
+constexpr double soundServerLimit = 2.0;
+
+desktop::LinuxPermissions::SoundServer askSoundServer(desktop::PulseLoop& loop) {
+    using enum desktop::LinuxPermissions::SoundServer;
+    const desktop::Deadline deadline(soundServerLimit);
+    if (desktop::soundServerAnswers(loop, deadline)) {
+        return Answers;
+    }
+    return deadline.passed() ? Silent : Refuses;
+}
+
+/// Ends the process without waiting for anybody. What has to be saved is on the disk by now, and a thread that hangs in
+/// a device or a server must not keep the program alive.
+[[noreturn]] void endProcess(int code) {
+    std::fflush(nullptr);
+    std::_Exit(code);
+}
+
+} // namespace
+
+struct Application::Parts {
+    explicit Parts(entry::CommandLine line) : commandLine(std::move(line)) {}
+
+    void launch();
+    [[nodiscard]] entry::AppSeams seams();
+    void quit();
+    void end(int code);
+
+    entry::CommandLine commandLine;
+    base::MainScheduler main;
+    base::ThreadDispatch dispatch{main};
+    base::MonotonicClock hostClock;
+    base::SystemWallClock wallClock;
+    base::PreferenceStore defaults = store::AppPaths::defaults();
+
+    std::shared_ptr<desktop::PulseLoop> soundLoop = std::make_shared<desktop::PulseLoop>();
+    desktop::PulseInput input{soundLoop};
+    desktop::PulseSystemAudio systemAudio{soundLoop};
+    desktop::X11Screens screens{dispatch};
+    NoNotifications notifications;
+    NoKeepAwake keepAwake;
+    NoOpener opener;
+    SignalWatch shutdownWatch;
+    desktop::TrayItem tray;
+    desktop::LinuxPermissions permissions{dispatch,
+                                          opener,
+                                          {.soundServer = [loop = soundLoop] { return askSoundServer(*loop); },
+                                           .hasDesktop = [] { return desktop::hasDesktop(); },
+                                           .explain = [](const QString&) {}}};
+
+    entry::CaptureRoles roles{{dispatch, hostClock, input, systemAudio, screens}};
+    entry::StoreFiles files;
+    entry::Notifier notifier{notifications};
+    std::unique_ptr<selftest::AutoTest> autoTest;
+    std::shared_ptr<entry::AppDelegate> delegate;
+    std::unique_ptr<entry::ShutdownWatch::Watch> shutdown;
+    std::unique_ptr<entry::InstanceChannel> channel;
+};
+
+entry::AppSeams Application::Parts::seams() {
+    entry::AppSeams seams;
+    seams.recovery.clearStaleLock = [] { store::RecordingLock::clearStale(); };
+    seams.recovery.recordingElsewhere = [] { return store::RecordingLock::recordingElsewhere(); };
+    seams.makeWindow = [] { return std::make_unique<ui::PlainWindow>(); };
+    seams.quit = [this] { quit(); };
+    seams.endProgram = [this](bool) { end(EXIT_SUCCESS); };
+    if (autoTest) {
+        autoTest->connect(seams);
+    }
+    return seams;
+}
+
+void Application::Parts::launch() {
+    if (commandLine.autoTestSeconds) {
+        autoTest = std::make_unique<selftest::AutoTest>(
+            selftest::AutoTest::Options{*commandLine.autoTestSeconds, commandLine.autoTestPractice}, dispatch,
+            hostClock);
+    }
+    delegate = entry::AppDelegate::create(
+        {.recording = {dispatch, hostClock, wallClock, screens, roles, files, keepAwake},
+         .defaults = defaults,
+         .permissions = permissions,
+         .notifier = notifier,
+         .opener = opener,
+         .statusItem = tray},
+        seams(), autoTest ? entry::AppDelegate::Mode::SelfTest : entry::AppDelegate::Mode::Ordinary);
+    shutdown = shutdownWatch.watch({.onPowerOff = [this] { delegate->powerOff(); }, .onQuit = [this] { quit(); }});
+    channel = std::make_unique<entry::InstanceChannel>(store::AppPaths::root(), [this](const QString& word) -> QString {
+        if (word != entry::InstanceChannel::showWord) {
+            return entry::InstanceChannel::unknownAnswer.toString();
+        }
+        delegate->showMainWindow();
+        return entry::InstanceChannel::doneAnswer.toString();
+    });
+    delegate->didFinishLaunching();
+    if (autoTest) {
+        autoTest->run(delegate, [this] { quit(); }, [](int code) { endProcess(code); });
+    } else {
+        main.post([this] { delegate->showMainWindow(); });
+    }
+}
+
+void Application::Parts::quit() {
+    if (delegate->shouldTerminate() == entry::AppDelegate::TerminateReply::Now) {
+        end(EXIT_SUCCESS);
+    }
+}
+
+void Application::Parts::end(int code) {
+    delegate->willTerminate();
+    endProcess(code);
+}
+
+Application::Application(const entry::CommandLine& commandLine) : m_parts(std::make_unique<Parts>(commandLine)) {}
+
+Application::~Application() = default;
+
+int Application::run() {
+    QApplication::setApplicationName(u"brieflet"_s);
+    QApplication::setApplicationDisplayName(copy::Strings::appName);
+    QApplication::setDesktopFileName(u"brieflet"_s);
+    QApplication::setQuitOnLastWindowClosed(false);
+    m_parts->launch();
+    return QApplication::exec();
+}
+
+} // namespace app
