@@ -44,13 +44,10 @@ QString duration(double seconds) {
 }
 
 QStringList meetingTypes() {
-    switch (OnboardingLanguage::current()) {
-    case OnboardingLanguage::zh:
+    if (OnboardingLanguage::current() == OnboardingLanguage::zh) {
         return {u"工作"_s, u"私人"_s};
-    case OnboardingLanguage::en:
-        return {u"Work"_s, u"Personal"_s};
     }
-    Q_UNREACHABLE();
+    return {u"Work"_s, u"Personal"_s};
 }
 
 } // namespace copy::Strings

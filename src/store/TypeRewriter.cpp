@@ -12,7 +12,9 @@ TypeRewriter::TypeRewriter(base::Dispatch& dispatch, const base::HostClock& cloc
     , m_clock(clock) {}
 
 void TypeRewriter::add(TypeRename rename, Handlers handlers) {
-    m_jobs.push_back({.rename = std::move(rename), .handlers = std::move(handlers)});
+    auto& job = m_jobs.emplace_back();
+    job.rename = std::move(rename);
+    job.handlers = std::move(handlers);
     beginNext();
 }
 
@@ -21,10 +23,10 @@ void TypeRewriter::finish() {
     const std::weak_ptr alive = m_ticket;
     while (!alive.expired() && running()) {
         auto& job = m_jobs.front();
-        if (!job.meetings) {
+        if (!job.listed) {
             job.meetings = TypeRewrite::meetings(job.rename);
         }
-        while (job.done < job.meetings->size()) {
+        while (job.done < job.meetings.size()) {
             rewriteNext(job);
         }
         finishJob();
@@ -43,6 +45,7 @@ void TypeRewriter::beginNext() {
         main.post([this, ticket, meetings] {
             if (!ticket.expired()) {
                 m_jobs.front().meetings = std::move(*meetings);
+                m_jobs.front().listed = true;
                 runSlice();
             }
         });
@@ -52,7 +55,7 @@ void TypeRewriter::beginNext() {
 
 void TypeRewriter::runSlice() {
     auto& job = m_jobs.front();
-    const auto total = job.meetings->size();
+    const auto total = job.meetings.size();
     const double begin = m_clock.now();
     while (job.done < total) {
         rewriteNext(job);
@@ -87,7 +90,7 @@ void TypeRewriter::scheduleSlice() {
 }
 
 void TypeRewriter::rewriteNext(Job& job) {
-    const auto& meeting = (*job.meetings)[job.done++];
+    const auto& meeting = job.meetings[job.done++];
     const auto now = MeetingLibrary::record(meeting.folder);
     const bool taken = now.hasMeta && now.type != job.rename.from;
     if (!taken) {

@@ -17,7 +17,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace store {
@@ -52,9 +51,10 @@ private:
         TypeRename rename;
         Handlers handlers;
         bool begun = false;
-        std::optional<std::vector<MeetingRecord>> meetings{}; ///< nullopt: not listed yet
+        bool listed = false;
+        std::vector<MeetingRecord> meetings;
         std::size_t done = 0;
-        TypeChange change{};
+        TypeChange change;
     };
 
     void beginNext();

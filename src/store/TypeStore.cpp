@@ -77,7 +77,8 @@ TypeStore::Result<TypeChange> TypeStore::rename(const QString& name, const QStri
     if (!started) {
         return std::unexpected(started.error());
     }
-    return *started ? TypeRewrite::run(**started) : TypeChange{};
+    const auto& walk = *started;
+    return walk ? TypeRewrite::run(*walk) : TypeChange{};
 }
 
 TypeStore::Result<TypeChange> TypeStore::remove(const QString& name, const base::fs::path& meetings) {
@@ -177,7 +178,7 @@ TypeStore::Result<std::size_t> TypeStore::indexOf(QStringView name) const {
 
 /// The name to use for what the user typed. `own` is the name that the type has so far: only its case may change.
 TypeStore::Result<QString> TypeStore::clean(const QString& wanted, const std::optional<QString>& own) const {
-    const auto name = base::Text::trimmed(wanted);
+    auto name = base::Text::trimmed(wanted);
     if (name.isEmpty()) {
         return refused(Kind::empty);
     }

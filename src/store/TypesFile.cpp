@@ -12,13 +12,18 @@ namespace store {
 
 namespace {
 
+std::optional<QString> textAt(const base::Json& json, QStringView key) {
+    const auto* found = json.find(key);
+    return found != nullptr ? found->toString() : std::nullopt;
+}
+
 std::optional<MeetingType> readType(const base::Json& json) {
-    const auto* name = json.find(u"name");
-    const auto* color = json.find(u"color");
-    if (name == nullptr || color == nullptr || !name->isString() || !color->isString()) {
+    const auto name = textAt(json, u"name");
+    const auto color = textAt(json, u"color");
+    if (!name || !color) {
         return std::nullopt;
     }
-    return MeetingType{*name->toString(), *color->toString()};
+    return MeetingType{*name, *color};
 }
 
 } // namespace
