@@ -13,6 +13,7 @@ constinit const DesktopCopy DesktopCopy::zh{
     .noSoundServer = u"連不上音效伺服器",
     .soundServerSilent = u"音效伺服器沒有回應",
     .stillRecording = u"視窗關了，Brieflet 還在錄音",
+    .savesBeforeShutdown = u"關機前把錄音存好",
 };
 
 constinit const DesktopCopy DesktopCopy::en{
@@ -26,6 +27,7 @@ constinit const DesktopCopy DesktopCopy::en{
     .noSoundServer = u"The sound server can't be reached",
     .soundServerSilent = u"The sound server does not answer",
     .stillRecording = u"The window is closed, Brieflet is still recording",
+    .savesBeforeShutdown = u"Saves the recording before the computer goes down",
 };
 
 const DesktopCopy& DesktopCopy::of(OnboardingLanguage wanted) {
@@ -42,6 +44,7 @@ std::vector<CopyField> DesktopCopy::fields() const {
         {u"noWaylandPictures", noWaylandPictures}, {u"noMonitor", noMonitor},
         {u"noSoundServer", noSoundServer},         {u"soundServerSilent", soundServerSilent},
         {u"stillRecording", stillRecording},
+        {u"savesBeforeShutdown", savesBeforeShutdown},
     };
 }
 

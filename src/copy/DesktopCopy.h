@@ -30,6 +30,9 @@ struct DesktopCopy {
     // Window
     FixedText stillRecording; ///< after the window was closed while a recording runs
 
+    // Shutdown
+    FixedText savesBeforeShutdown; ///< what the system shows about why it waits
+
     static const DesktopCopy zh;
     static const DesktopCopy en;
 
