@@ -1,6 +1,5 @@
 #include "app/Application.h"
 
-#include "app/Absent.h"
 #include "base/Dispatch.h"
 #include "base/Environment.h"
 #include "base/HostClock.h"
@@ -11,13 +10,18 @@
 #include "entry/CaptureRoles.h"
 #include "entry/InstanceChannel.h"
 #include "entry/StoreFiles.h"
+#include "platform/linux/DesktopBus.h"
+#include "platform/linux/DesktopKeepAwake.h"
+#include "platform/linux/DesktopNotifications.h"
+#include "platform/linux/DesktopOpener.h"
+#include "platform/linux/DesktopScreens.h"
+#include "platform/linux/DesktopShutdownWatch.h"
 #include "platform/linux/DisplayServer.h"
 #include "platform/linux/LinuxPermissions.h"
 #include "platform/linux/PulseConnection.h"
 #include "platform/linux/PulseInput.h"
 #include "platform/linux/PulseSystemAudio.h"
 #include "platform/linux/TrayItem.h"
-#include "platform/linux/X11Screens.h"
 #include "selftest/AutoTest.h"
 #include "store/AppPaths.h"
 #include "store/RecordingLock.h"
@@ -75,11 +79,13 @@ struct Application::Parts {
     std::shared_ptr<desktop::PulseLoop> soundLoop = std::make_shared<desktop::PulseLoop>();
     desktop::PulseInput input{soundLoop};
     desktop::PulseSystemAudio systemAudio{soundLoop};
-    desktop::X11Screens screens{dispatch};
-    NoNotifications notifications;
-    NoKeepAwake keepAwake;
-    NoOpener opener;
-    SignalWatch shutdownWatch;
+    std::unique_ptr<capture::ScreenSource> screens = desktop::makeScreens(desktop::sessionKind(), dispatch);
+    desktop::DesktopBus sessionBus{desktop::DesktopBus::Kind::Session, dispatch};
+    desktop::DesktopBus systemBus{desktop::DesktopBus::Kind::System, dispatch};
+    desktop::DesktopNotifications notifications{sessionBus};
+    desktop::DesktopKeepAwake keepAwake{systemBus, sessionBus};
+    desktop::DesktopOpener opener{sessionBus, main};
+    desktop::DesktopShutdownWatch shutdownWatch{systemBus};
     desktop::TrayItem tray;
     desktop::LinuxPermissions permissions{dispatch,
                                           opener,
@@ -87,7 +93,7 @@ struct Application::Parts {
                                            .hasDesktop = [] { return desktop::hasDesktop(); },
                                            .explain = [](const QString&) {}}};
 
-    entry::CaptureRoles roles{{dispatch, hostClock, input, systemAudio, screens}};
+    entry::CaptureRoles roles{{dispatch, hostClock, input, systemAudio, *screens}};
     entry::StoreFiles files;
     entry::Notifier notifier{notifications};
     std::unique_ptr<selftest::AutoTest> autoTest;
@@ -116,7 +122,7 @@ void Application::Parts::launch() {
             hostClock);
     }
     delegate = entry::AppDelegate::create(
-        {.recording = {dispatch, hostClock, wallClock, screens, roles, files, keepAwake},
+        {.recording = {dispatch, hostClock, wallClock, *screens, roles, files, keepAwake},
          .defaults = defaults,
          .permissions = permissions,
          .notifier = notifier,
