@@ -24,7 +24,9 @@
 #include "platform/linux/TrayItem.h"
 #include "selftest/AutoTest.h"
 #include "store/AppPaths.h"
+#include "store/MeetingLibrary.h"
 #include "store/RecordingLock.h"
+#include "store/Retention.h"
 #include "ui/PlainWindow.h"
 
 #include <QApplication>
@@ -107,6 +109,9 @@ entry::AppSeams Application::Parts::seams() {
     seams.recovery.clearStaleLock = [] { store::RecordingLock::clearStale(); };
     seams.recovery.recordingElsewhere = [] { return store::RecordingLock::recordingElsewhere(); };
     seams.makeWindow = [] { return std::make_unique<ui::PlainWindow>(); };
+    seams.moveToTrash = [this](const auto& folder) { return store::AppPaths::trashItem(folder, wallClock.now()); };
+    seams.prune = [this] { store::Retention::prune(store::AppPaths::meetings(), wallClock.now()); };
+    seams.latestFolder = [] { return store::MeetingLibrary::latestFolder(store::AppPaths::meetings()); };
     seams.quit = [this] { quit(); };
     seams.endProgram = [this](bool) { end(EXIT_SUCCESS); };
     if (autoTest) {
@@ -117,9 +122,10 @@ entry::AppSeams Application::Parts::seams() {
 
 void Application::Parts::launch() {
     if (commandLine.autoTestSeconds) {
-        autoTest = std::make_unique<selftest::AutoTest>(
-            selftest::AutoTest::Options{*commandLine.autoTestSeconds, commandLine.autoTestPractice}, dispatch,
-            hostClock);
+        autoTest = std::make_unique<selftest::AutoTest>(selftest::AutoTest::Options{*commandLine.autoTestSeconds,
+                                                                                    commandLine.autoTestPractice,
+                                                                                    commandLine.autoTestKeep},
+                                                        dispatch, hostClock);
     }
     delegate = entry::AppDelegate::create(
         {.recording = {dispatch, hostClock, wallClock, *screens, roles, files, keepAwake},

@@ -33,10 +33,8 @@ double newest(const std::vector<double>& history) {
 
 std::shared_ptr<AppDelegate> AppDelegate::create(const Services& services, AppSeams seams, Mode mode) {
     const std::shared_ptr<AppDelegate> app(new AppDelegate(services, std::move(seams), mode));
-    services.statusItem.setHandlers({
-        .onMenuOpening = app->weakly([](AppDelegate& self) { self.rebuildMenu(); }),
-        .onAction = app->weakly([](AppDelegate& self, MenuAction action) { self.act(action); }),
-    });
+    app->connectStatusItem();
+    app->connectKeepFlow();
     return app;
 }
 
@@ -44,6 +42,28 @@ AppDelegate::AppDelegate(const Services& services, AppSeams seams, Mode mode)
     : m_services(services)
     , m_seams(std::move(seams))
     , m_mode(mode) {}
+
+void AppDelegate::connectStatusItem() {
+    m_services.statusItem.setHandlers({
+        .onMenuOpening = weakly([](AppDelegate& self) { self.rebuildMenu(); }),
+        .onAction = weakly([](AppDelegate& self, MenuAction action) { self.act(action); }),
+    });
+}
+
+void AppDelegate::connectKeepFlow() {
+    m_keep.onKeep = weakly([](AppDelegate& self, const std::filesystem::path& folder, practice::KeepEvent event) {
+        if (practice::KeepRules::queuesNow(event)) {
+            self.m_seams.autoGenerate(folder);
+        }
+    });
+    m_keep.onDiscard =
+        weakly([](AppDelegate& self, const std::filesystem::path& folder) { self.discardPractice(folder); });
+    m_keep.onChange = weakly([](AppDelegate& self) {
+        if (self.m_mainWindow) {
+            self.m_mainWindow->refreshKeepCard();
+        }
+    });
+}
 
 void AppDelegate::didFinishLaunching() {
     m_services.defaults.registerDefault(screenshotsKey.toString(), true);
@@ -70,7 +90,7 @@ void AppDelegate::begin(bool practice) {
     if (m_state != RecorderState::Idle) {
         return;
     }
-    m_seams.keep.newRecording();
+    m_keep.resolve(practice::KeepEvent::NewRecording);
     m_state = RecorderState::Starting;
     m_practicing = practice;
     m_notice.reset();
@@ -329,6 +349,12 @@ void AppDelegate::makeMainWindow() {
         .onShot = weakly([](AppDelegate& self) { self.takeShot(); }),
         .onNotice = weakly([](AppDelegate& self) { self.openNotice(); }),
         .onQuit = weakly([](AppDelegate& self) { self.m_seams.quit(); }),
+        .keepPending =
+            [self = weak_from_this()](const std::filesystem::path& folder) {
+                const auto app = self.lock();
+                return app && app->m_keep.isPending(folder);
+            },
+        .onKeepAnswer = weakly([](AppDelegate& self, practice::KeepEvent event) { self.m_keep.resolve(event); }),
     });
     pushWindowState();
 }

@@ -16,6 +16,7 @@
 #include "entry/RecordingSession.h"
 #include "entry/StatusItem.h"
 #include "entry/StatusMenu.h"
+#include "practice/PracticeKeepFlow.h"
 #include "ui/Notice.h"
 #include "ui/Permissions.h"
 #include "ui/RecorderWindow.h"
@@ -84,6 +85,8 @@ public:
     // What others report and ask.
     void addWarning(const QString& text);
     void askAbout(const store::StoppedSession& stopped);
+    /// Throws a practice take away: the answer "discard" to its question.
+    void discardPractice(const std::filesystem::path& folder);
     void updateButton();
     void rebuildMenu();
     void pushWindowState();
@@ -119,8 +122,17 @@ public:
 
     [[nodiscard]] const std::shared_ptr<RecordingSession>& session() const { return m_session; }
 
+    /// The question whether a practice take is kept.
+    [[nodiscard]] practice::PracticeKeepFlow& keep() { return m_keep; }
+
+    /// The window, once it was needed; nullptr before.
+    [[nodiscard]] ui::RecorderWindow* mainWindow() const { return m_mainWindow.get(); }
+
 private:
     AppDelegate(const Services& services, AppSeams seams, Mode mode);
+
+    void connectKeepFlow();
+    void connectStatusItem();
 
     // Starting.
     void microphoneAnswered(bool practice, bool granted);
@@ -177,6 +189,7 @@ private:
     bool m_practicing = false;
     int m_formsShown = 0;
     int m_openForms = 0;
+    practice::PracticeKeepFlow m_keep;
     std::optional<ui::Notice> m_notice;
     QStringList m_warnings; ///< in the order of their arrival, none twice
     std::optional<QString> m_lastSaved;

@@ -102,12 +102,31 @@ void AppDelegate::finishPractice(const store::StoppedSession& stopped) {
     m_services.notifier.post(Strings::notifySaved(m_seams.practiceTitle(stopped)));
     updateButton();
     rebuildMenu();
-    m_seams.keep.ask(folder);
+    m_keep.ask(folder);
+    makeMainWindow();
     if (m_mainWindow) {
-        m_mainWindow->reload();
+        m_mainWindow->askKeep(folder);
     }
     if (m_seams.selfTest.finished) {
         m_seams.selfTest.finished(stopped, folder);
+    }
+}
+
+void AppDelegate::discardPractice(const fs::path& folder) {
+    if (const auto moved = m_seams.moveToTrash(folder); !moved) {
+        addWarning(Strings::keepDiscardFailed(moved.error().text)); // it stays, as a take that is kept
+        return;
+    }
+    if (m_lastSaved == base::nameText(folder)) {
+        m_lastSaved.reset();
+    }
+    if (m_seams.selfTest.discarded) {
+        m_seams.selfTest.discarded(folder);
+    }
+    updateButton();
+    rebuildMenu();
+    if (m_mainWindow) {
+        m_mainWindow->reload();
     }
 }
 

@@ -21,7 +21,7 @@ AppDelegate::TerminateReply AppDelegate::shouldTerminate() {
         m_mainWindow->commitEdits();
     }
     m_seams.form.skipAll();
-    m_seams.keep.quitting();
+    m_keep.resolve(practice::KeepEvent::Quitting);
     if (m_terminating) {
         return TerminateReply::Later;
     }
@@ -80,7 +80,7 @@ void AppDelegate::aiFinished() {
 }
 
 void AppDelegate::willTerminate() {
-    m_seams.keep.quitting();
+    m_keep.resolve(practice::KeepEvent::Quitting);
     SingleInstance::release(store::AppPaths::root());
     if (base::Environment::testMode()) {
         StatusItemPrefs::forgetTest(m_services.defaults);

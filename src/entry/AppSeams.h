@@ -1,4 +1,4 @@
-// Where the controller meets what others own: the form, the keep card, the AI work, recovery. Each is a callback with
+// Where the controller meets what others own: the form, the AI work, recovery. Each is a callback with
 // an answer that is right while nothing is connected.
 //   Threads  all are called on the main thread, except where one says otherwise
 #pragma once
@@ -12,6 +12,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <expected>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -27,13 +28,6 @@ struct AISeam {
     std::function<bool()> summarizing = [] { return false; };
     std::function<void()> holdFurther = [] {}; ///< starts no further request
     std::function<void()> cancelRunning = [] {};
-};
-
-/// The question after a practice take.
-struct KeepSeam {
-    std::function<void()> newRecording = [] {};
-    std::function<void()> quitting = [] {};
-    std::function<void(const std::filesystem::path& folder)> ask = [](const auto&) {};
 };
 
 /// The questions after a meeting.
@@ -59,12 +53,12 @@ struct RecoverySeam {
 struct SelfTestSeam {
     std::function<void(RecordingSession&)> began;
     std::function<void(const store::StoppedSession&, const std::filesystem::path& folder)> finished;
-    std::function<void(const QString& text)> failed; ///< the start failed
+    std::function<void(const QString& text)> failed;                    ///< the start failed
+    std::function<void(const std::filesystem::path& folder)> discarded; ///< a practice take was thrown away
 };
 
 struct AppSeams {
     AISeam ai;
-    KeepSeam keep;
     FormSeam form;
     RecoverySeam recovery;
     SelfTestSeam selfTest;
@@ -78,6 +72,9 @@ struct AppSeams {
     std::function<std::unique_ptr<ui::RecorderWindow>()> makeWindow = [] {
         return std::unique_ptr<ui::RecorderWindow>();
     };
+    /// Moves a folder to the trash.
+    std::function<std::expected<void, base::FileError>(const std::filesystem::path& folder)> moveToTrash =
+        [](const auto&) { return std::expected<void, base::FileError>(); };
     /// What a practice take is called in the notification that it is saved.
     std::function<QString(const store::StoppedSession&)> practiceTitle = [](const auto& stopped) {
         return base::nameText(stopped.folder);

@@ -38,6 +38,7 @@ void AutoTest::connect(entry::AppSeams& seams) {
         report(stopped, folder);
     };
     seams.selfTest.failed = [this](const QString& text) { startFailed(text); };
+    seams.selfTest.discarded = [this](const fs::path& folder) { discarded(folder); };
     seams.form.open = [this](const store::StoppedSession&, const entry::FormSeam::Finish& finish) {
         answerForm(finish);
     };
@@ -133,7 +134,30 @@ void AutoTest::report(const store::StoppedSession& stopped, const fs::path& fold
         m_exit(failed);
         return;
     }
+    if (stopped.practice) {
+        base::printLine(app->mainWindow() != nullptr ? app->mainWindow()->keepCardLine() : QString());
+        m_main.after(keepDelay, [this] { answerKeepCard(); });
+    } else {
+        finish(m_clock.now());
+    }
+}
+
+void AutoTest::answerKeepCard() {
+    const auto app = m_app.lock();
+    if (!app) {
+        return;
+    }
+    const auto choice = app->keep().resolve(m_options.keep ? practice::KeepEvent::Keep : practice::KeepEvent::Discard);
+    const bool shown = app->mainWindow() != nullptr && app->mainWindow()->keepCardShown();
+    base::printLine(QString(u"practice choice: "_s + (choice ? practice::choiceName(*choice) : u"none"_s) +
+                            u" keep card: "_s + (shown ? u"shown"_s : u"hidden"_s)));
     finish(m_clock.now());
+}
+
+void AutoTest::discarded(const fs::path& folder) {
+    std::error_code ignored;
+    base::printLine(QString(u"practice discarded: "_s + base::nameText(folder) + u" folder gone="_s +
+                            (fs::exists(folder, ignored) ? u"no"_s : u"yes"_s)));
 }
 
 void AutoTest::finish(double startedWaiting) {

@@ -26,13 +26,16 @@ public:
     struct Options {
         double seconds = 0;
         bool practice = false;
+        bool keep = true; ///< the answer to the question about a practice take
     };
 
     /// The restart of the microphone and the picture come after these parts of the recording.
     static constexpr double micRestartPart = 1.0 / 3.0;
     static constexpr double shotPart = 0.5;
-    /// Seconds until the form is answered, between two looks at what still works, and at most for all of them.
+    /// Seconds until the form and the question are answered, between two looks at what still works, and at most for all
+    /// of them.
     static constexpr double formDelay = 1.0;
+    static constexpr double keepDelay = 0.5;
     static constexpr double finishLook = 0.2;
     static constexpr double finishLimit = 300.0;
     /// Seconds from the last line to the end, so that what was printed can be read.
@@ -59,6 +62,8 @@ private:
     void stop(const std::weak_ptr<entry::RecordingSession>& session);
     void answerForm(const entry::FormSeam::Finish& finish);
     void report(const store::StoppedSession& stopped, const std::filesystem::path& folder);
+    void answerKeepCard();
+    void discarded(const std::filesystem::path& folder);
     void startFailed(const QString& text);
     void finish(double startedWaiting);
 

@@ -1,5 +1,6 @@
 #include "ui/PlainWindow.h"
 
+#include "base/Files.h"
 #include "copy/MainCopy.h"
 #include "copy/Strings.h"
 #include "ui/LevelBar.h"
@@ -68,12 +69,35 @@ void PlainWindow::buildControls() {
     m_notice = new QPushButton(this);
     m_notice->setObjectName(u"notice"_s);
     m_notice->hide();
+    m_keepCard = buildKeepCard();
     m_mic = new LevelBar(Strings::meterMine, levelGreen);
     m_system = new LevelBar(Strings::meterTheirs, levelGreen);
     connect(m_record, &QPushButton::clicked, this, [this] { recordPressed(); });
     connect(m_practice, &QPushButton::clicked, this, [this] { m_handlers.onStartPractice(); });
     connect(m_shot, &QPushButton::clicked, this, [this] { m_handlers.onShot(); });
     connect(m_notice, &QPushButton::clicked, this, [this] { m_handlers.onNotice(); });
+}
+
+QWidget* PlainWindow::buildKeepCard() {
+    const auto& copy = copy::MainCopy::current();
+    auto* card = new QWidget(this);
+    auto* title = new QLabel(copy.keepTitle, card);
+    auto* sub = new QLabel(copy.keepSub, card);
+    sub->setWordWrap(true);
+    auto* discard = new QPushButton(copy.keepDiscard, card);
+    m_keep = new QPushButton(copy.keepKeep, card);
+    auto* column = new QVBoxLayout(card);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(title);
+    column->addWidget(sub);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(discard);
+    buttons->addWidget(m_keep);
+    column->addLayout(buttons);
+    connect(discard, &QPushButton::clicked, this, [this] { m_handlers.onKeepAnswer(practice::KeepEvent::Discard); });
+    connect(m_keep, &QPushButton::clicked, this, [this] { m_handlers.onKeepAnswer(practice::KeepEvent::Keep); });
+    card->hide();
+    return card;
 }
 
 void PlainWindow::arrange() {
@@ -89,6 +113,7 @@ void PlainWindow::arrange() {
     column->addWidget(m_mic);
     column->addWidget(m_system);
     column->addWidget(m_notice);
+    column->addWidget(m_keepCard);
 }
 
 void PlainWindow::setHandlers(Handlers handlers) {
@@ -156,6 +181,41 @@ void PlainWindow::setLevels(double mic, double system) {
 }
 
 void PlainWindow::reload() {}
+
+void PlainWindow::askKeep(const std::filesystem::path& folder) {
+    m_keepFolder = folder;
+    show();
+    refreshKeepCard();
+}
+
+void PlainWindow::refreshKeepCard() {
+    const bool open = m_handlers.keepPending && m_handlers.keepPending(m_keepFolder);
+    m_keepCard->setVisible(open);
+    m_keep->setDefault(open); // Return answers the question while there is one
+    m_record->setDefault(!open);
+    if (open) {
+        m_keep->setFocus();
+    }
+}
+
+bool PlainWindow::keepCardShown() const {
+    return !m_keepCard->isHidden();
+}
+
+QString PlainWindow::keepCardLine() const {
+    const auto& copy = copy::MainCopy::current();
+    const QString card = copy.keepTitle + u" | "_s + copy.keepSub + u" | "_s + copy.keepDiscard + u" | "_s +
+                         copy.keepKeep + u" (primary, Enter)"_s;
+    const QString place = keepCardShown() ? u" shown on: "_s + base::nameText(m_keepFolder) : u" hidden"_s;
+    return Strings::keepCardLine(card) + place;
+}
+
+void PlainWindow::closeEvent(QCloseEvent* event) {
+    if (keepCardShown()) {
+        m_handlers.onKeepAnswer(practice::KeepEvent::WindowClosed);
+    }
+    QWidget::closeEvent(event);
+}
 
 void PlainWindow::commitEdits() {}
 

@@ -1,13 +1,13 @@
 // A small window with all that recording needs: two buttons, the state with its clock, the levels, what is wrong.
 //   Threads  the main thread
-//   Closing  hides it; a recording goes on
+//   Closing  hides it; a recording goes on, and an open question about a practice take is answered by it
 #pragma once
 
 #include "ui/RecorderWindow.h"
 
 #include <QWidget>
 
-#include <functional>
+#include <filesystem>
 
 class QLabel;
 class QPushButton;
@@ -28,10 +28,18 @@ public:
     void setPending(const std::optional<double>& recording, int waitingForms, bool practice) override;
     void setLevels(double mic, double system) override;
     void reload() override;
+    void askKeep(const std::filesystem::path& folder) override;
+    void refreshKeepCard() override;
+    [[nodiscard]] bool keepCardShown() const override;
+    [[nodiscard]] QString keepCardLine() const override;
     void commitEdits() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void buildControls();
+    [[nodiscard]] QWidget* buildKeepCard();
     void arrange();
     void recordPressed();
 
@@ -42,6 +50,9 @@ private:
     QPushButton* m_practice = nullptr;
     QPushButton* m_shot = nullptr;
     QPushButton* m_notice = nullptr; ///< a button, so that the keyboard reaches it
+    QWidget* m_keepCard = nullptr;
+    QPushButton* m_keep = nullptr;
+    std::filesystem::path m_keepFolder; ///< whose question the card asks
     LevelBar* m_mic = nullptr;
     LevelBar* m_system = nullptr;
 };

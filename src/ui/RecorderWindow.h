@@ -4,11 +4,13 @@
 //   Owns     the handlers, for as long as it lives
 #pragma once
 
+#include "practice/KeepRules.h"
 #include "ui/AppMenuState.h"
 #include "ui/RecordButtonState.h"
 
 #include <QString>
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 
@@ -23,6 +25,9 @@ public:
         std::function<void()> onShot;
         std::function<void()> onNotice; ///< the notice was clicked
         std::function<void()> onQuit;
+        /// Whether the question of this take is open.
+        std::function<bool(const std::filesystem::path& folder)> keepPending;
+        std::function<void(practice::KeepEvent)> onKeepAnswer;
     };
 
     virtual ~RecorderWindow() = default;
@@ -36,6 +41,13 @@ public:
     virtual void setLevels(double mic, double system) = 0;
     /// Reads the folders again.
     virtual void reload() = 0;
+    /// Comes up with the question whether this practice take is kept.
+    virtual void askKeep(const std::filesystem::path& folder) = 0;
+    /// Shows or hides the question, as it is open or not.
+    virtual void refreshKeepCard() = 0;
+    [[nodiscard]] virtual bool keepCardShown() const = 0;
+    /// What the card of the question says, for the self-test.
+    [[nodiscard]] virtual QString keepCardLine() const = 0;
     /// What is being typed is taken as entered and written.
     virtual void commitEdits() = 0;
 };

@@ -167,12 +167,83 @@ TEST_F(AppDelegateFinishTest, APracticeIsFiledAndAskedAboutInsteadOfAForm) {
     const fs::path folder = meeting(u8"2025_03_07_0930_練習");
     EXPECT_THAT(openForms, IsEmpty());
     EXPECT_EQ(app->formsShown(), 0);
-    EXPECT_THAT(keepAsked, ElementsAre(folder));
+    EXPECT_EQ(app->keep().pending(), folder);
+    EXPECT_THAT(window->keepAsked, ElementsAre(folder));
     EXPECT_EQ(app->lastSaved(), u"2025_03_07_0930_練習"_s);
     EXPECT_THAT(app->pendingFolders(), IsEmpty());
     EXPECT_EQ(posted().size(), 1U);
     EXPECT_THAT(generated, IsEmpty());
     EXPECT_EQ(store::MeetingArchive::readMeta(folder)->mode, store::MeetingMeta::practiceMode);
+}
+
+class AppDelegatePracticeTest : public AppDelegateFinishTest {
+protected:
+    void recordPractice() {
+        launch();
+        begin(true);
+        stop();
+        notifications.added.clear();
+    }
+
+    const fs::path take = meeting(u8"2025_03_07_0930_練習");
+};
+
+TEST_F(AppDelegatePracticeTest, AKeptTakeIsHandedOn) {
+    recordPractice();
+    window->handlers.onKeepAnswer(practice::KeepEvent::Keep);
+    EXPECT_THAT(generated, ElementsAre(take));
+    EXPECT_FALSE(window->keepCardShown());
+    EXPECT_THAT(trashed, IsEmpty());
+}
+
+TEST_F(AppDelegatePracticeTest, ADiscardedTakeGoesToTheTrash) {
+    recordPractice();
+    const int reloads = window->reloads;
+    window->handlers.onKeepAnswer(practice::KeepEvent::Discard);
+    EXPECT_THAT(trashed, ElementsAre(take));
+    EXPECT_EQ(app->lastSaved(), std::nullopt);
+    EXPECT_EQ(window->reloads, reloads + 1);
+    EXPECT_THAT(generated, IsEmpty());
+}
+
+TEST_F(AppDelegatePracticeTest, ADiscardLeavesTheNameOfALaterRecordingAlone) {
+    recordPractice();
+    begin();
+    stop();
+    openForms.at(0)(answers(u"later"_s));
+    app->discardPractice(take);
+    EXPECT_EQ(app->lastSaved(), u"2025_03_07_0930_later"_s);
+}
+
+TEST_F(AppDelegatePracticeTest, ATrashThatFailsIsAWarningAndTheTakeStays) {
+    trashError = base::fileError(ENOSPC);
+    recordPractice();
+    window->handlers.onKeepAnswer(practice::KeepEvent::Discard);
+    EXPECT_THAT(app->warnings(), ElementsAre(Strings::keepDiscardFailed(trashError->text)));
+    EXPECT_EQ(app->lastSaved(), u"2025_03_07_0930_練習"_s);
+    EXPECT_FALSE(app->keep().pending());
+}
+
+TEST_F(AppDelegatePracticeTest, ASecondAnswerDoesNothing) {
+    recordPractice();
+    window->handlers.onKeepAnswer(practice::KeepEvent::Keep);
+    window->handlers.onKeepAnswer(practice::KeepEvent::Discard);
+    EXPECT_THAT(trashed, IsEmpty());
+    EXPECT_EQ(generated.size(), 1U);
+}
+
+TEST_F(AppDelegatePracticeTest, AQuitKeepsTheTakeAndQueuesNothing) {
+    recordPractice();
+    EXPECT_EQ(app->shouldTerminate(), AppDelegate::TerminateReply::Now);
+    EXPECT_FALSE(app->keep().pending());
+    EXPECT_THAT(generated, IsEmpty());
+    EXPECT_THAT(trashed, IsEmpty());
+}
+
+TEST_F(AppDelegatePracticeTest, AnAnswerThatAsksForItsOwnAIWorkQueuesNoSecond) {
+    recordPractice();
+    window->handlers.onKeepAnswer(practice::KeepEvent::Generate);
+    EXPECT_THAT(generated, IsEmpty());
 }
 
 TEST_F(AppDelegateFinishTest, ConversionTroubleIsShownAfterTheStop) {

@@ -40,10 +40,25 @@ TEST_F(AppDelegateTest, BeginStartsARecordingAndTellsIt) {
     EXPECT_FALSE(app->practicing());
 }
 
-TEST_F(AppDelegateTest, BeginAnswersAWaitingKeepCardFirst) {
+TEST_F(AppDelegateTest, BeginAnswersAWaitingKeepCardAsKept) {
     launch();
+    begin(true);
+    stop();
+    ASSERT_TRUE(app->keep().pending());
     begin();
-    EXPECT_THAT(keepEvents, ElementsAre("new recording"));
+    EXPECT_FALSE(app->keep().pending());
+    EXPECT_THAT(generated, ElementsAre(meeting(u8"2025_03_07_0930_練習")));
+    EXPECT_THAT(trashed, IsEmpty());
+}
+
+TEST_F(AppDelegateTest, ABeginThatIsIgnoredAnswersNoKeepCard) {
+    launch();
+    app->keep().ask("/some/take");
+    permissions.holdMicrophoneAnswer = true;
+    begin();
+    app->keep().ask("/some/take");
+    begin();
+    EXPECT_TRUE(app->keep().pending());
 }
 
 TEST_F(AppDelegateTest, ASecondBeginDuringAStartDoesNothing) {
@@ -53,7 +68,6 @@ TEST_F(AppDelegateTest, ASecondBeginDuringAStartDoesNothing) {
     begin(true);
     EXPECT_EQ(permissions.microphoneRequests, 1);
     EXPECT_FALSE(app->practicing());
-    EXPECT_THAT(keepEvents, ElementsAre("new recording"));
     permissions.answerMicrophone(true);
     dispatch.runDue();
     EXPECT_EQ(app->state(), RecorderState::Recording);

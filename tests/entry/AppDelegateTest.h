@@ -39,9 +39,13 @@ protected:
                     .summarizing = [this] { return aiSummarizing; },
                     .holdFurther = [this] { ++aiHolds; },
                     .cancelRunning = [this] { ++aiCancels; }};
-        seams.keep.newRecording = [this] { keepEvents.emplace_back("new recording"); };
-        seams.keep.quitting = [this] { keepEvents.emplace_back("quitting"); };
-        seams.keep.ask = [this](const std::filesystem::path& folder) { keepAsked.push_back(folder); };
+        seams.moveToTrash = [this](const std::filesystem::path& folder) -> std::expected<void, base::FileError> {
+            trashed.push_back(folder);
+            if (trashError) {
+                return std::unexpected(*trashError);
+            }
+            return {};
+        };
         seams.prune = [this] { ++prunes; };
         seams.autoGenerate = [this](const std::filesystem::path& folder) { generated.push_back(folder); };
         seams.resumeQueue = [this] { ++resumes; };
@@ -133,8 +137,8 @@ protected:
     int resumes = 0;
     int quits = 0;
     std::vector<bool> ends; ///< each end of the program: whether it gave up waiting
-    std::vector<std::string> keepEvents;
-    std::vector<std::filesystem::path> keepAsked;
+    std::vector<std::filesystem::path> trashed;
+    std::optional<base::FileError> trashError;
     std::vector<std::filesystem::path> generated;
     std::vector<FormSeam::Finish> openForms;
 };

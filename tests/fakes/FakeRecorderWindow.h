@@ -27,6 +27,8 @@ public:
     bool practice = false;
     Pending pending;
     std::vector<std::pair<double, double>> levels;
+    std::vector<std::filesystem::path> keepAsked;
+    int keepRefreshes = 0;
 
     void setHandlers(Handlers given) override { handlers = std::move(given); }
 
@@ -48,6 +50,16 @@ public:
     void setLevels(double mic, double system) override { levels.emplace_back(mic, system); }
 
     void reload() override { ++reloads; }
+
+    void askKeep(const std::filesystem::path& folder) override { keepAsked.push_back(folder); }
+
+    void refreshKeepCard() override { ++keepRefreshes; }
+
+    [[nodiscard]] bool keepCardShown() const override {
+        return !keepAsked.empty() && handlers.keepPending(keepAsked.back());
+    }
+
+    [[nodiscard]] QString keepCardLine() const override { return QStringLiteral("keep card"); }
 
     void commitEdits() override { ++commits; }
 };
