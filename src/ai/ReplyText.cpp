@@ -23,17 +23,16 @@ bool isSpace(QChar unit) {
     }
 }
 
-} // namespace
-
-QString noDashes(QStringView text) {
+QString replaceDashes(QStringView text, QStringView comma) {
     QString result;
     result.reserve(text.size());
+    qsizetype firstOwn = 0; // what stands before it is a comma of ours, whose blank stays
     for (qsizetype at = 0; at < text.size();) {
         if (!isDash(text[at])) {
             result += text[at++];
             continue;
         }
-        while (!result.isEmpty() && isSpace(result.back())) {
+        while (result.size() > firstOwn && isSpace(result.back())) {
             result.chop(1);
         }
         while (at < text.size() && isDash(text[at])) {
@@ -42,9 +41,20 @@ QString noDashes(QStringView text) {
         while (at < text.size() && isSpace(text[at])) {
             ++at;
         }
-        result += u'，';
+        result += comma;
+        firstOwn = result.size();
     }
     return result;
+}
+
+} // namespace
+
+QString noDashes(QStringView text) {
+    return replaceDashes(text, u"，");
+}
+
+QString noDashesLatin(QStringView text) {
+    return replaceDashes(text, u", ");
 }
 
 QString oneLine(QStringView text) {
