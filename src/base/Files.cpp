@@ -97,8 +97,12 @@ FileError fileError(int code) {
 }
 
 std::expected<QByteArray, FileError> readFile(const fs::path& path, std::int64_t limit) {
+    return readFileAt(AT_FDCWD, path.native(), limit);
+}
+
+std::expected<QByteArray, FileError> readFileAt(int folder, const std::string& path, std::int64_t limit) {
     // Opening a pipe without a writer would wait for ever; a regular file does not care about the flag.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    const FileDescriptor file(::openat(folder, path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!file) {
         return failure(errno);
     }
@@ -130,10 +134,10 @@ std::expected<QByteArray, FileError> readFile(const fs::path& path, std::int64_t
         if (got < 0) {
             return failure(errno);
         }
-        if (got == 0) {
-            break;
-        }
         size += got;
+        if (got == 0 || (size == status.st_size && size < bytes.size())) {
+            break; // at the end that was told, with room for more that did not come
+        }
     }
     bytes.truncate(size);
     return bytes;

@@ -20,6 +20,8 @@ namespace {
 
 namespace ondemand = simdjson::ondemand;
 
+constexpr std::size_t usualMembers = 8;
+
 struct TooDeep {};
 
 QByteArray trimmedToken(std::string_view token) {
@@ -77,6 +79,7 @@ Json read(ondemand::value value, int depth) {
     switch (value.type().value()) {
     case ondemand::json_type::object: {
         Json::Object members;
+        members.reserve(usualMembers); // growing from one on would move the first ones again and again
         for (auto field : value.get_object()) {
             QString key = text(field.unescaped_key().value());
             members.emplace_back(std::move(key), read(field.value().value(), depth + 1));
@@ -85,6 +88,7 @@ Json read(ondemand::value value, int depth) {
     }
     case ondemand::json_type::array: {
         Json::Array elements;
+        elements.reserve(usualMembers);
         for (auto element : value.get_array()) {
             elements.push_back(read(element.value(), depth + 1));
         }

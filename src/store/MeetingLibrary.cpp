@@ -1,5 +1,6 @@
 #include "store/MeetingLibrary.h"
 
+#include "base/Handle.h"
 #include "base/Json.h"
 #include "base/Text.h"
 #include "copy/Strings.h"
@@ -11,6 +12,9 @@
 #include "store/Timestamp.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <fcntl.h>
+#include <limits>
 #include <system_error>
 
 namespace store::MeetingLibrary {
@@ -35,6 +39,7 @@ QStringList peopleAt(const base::Json& meta) {
     const base::Json* found = meta.find(u"people");
     const base::Json::Array* elements = found != nullptr ? found->toArray() : nullptr;
     if (elements != nullptr) {
+        people.reserve(static_cast<qsizetype>(elements->size()));
         for (const base::Json& element : *elements) {
             if (auto name = element.toString()) {
                 people.append(std::move(*name));
@@ -44,14 +49,17 @@ QStringList peopleAt(const base::Json& meta) {
     return people;
 }
 
-/// meta.json as an object, read with every tolerance; nullopt if it is missing or not understood.
-std::optional<base::Json> metaObject(const fs::path& folder) {
-    const auto bytes = base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit);
+/// What was read of meta.json as an object; nullopt if it is missing or not understood.
+std::optional<base::Json> objectOf(const std::expected<QByteArray, base::FileError>& bytes) {
     auto json = bytes ? base::parseJson(*bytes) : std::unexpected(base::JsonError());
     return json && json->isObject() ? std::optional(std::move(*json)) : std::nullopt;
 }
 
-MeetingRecord recordOf(const base::Json& meta) {
+std::optional<base::Json> metaObject(const fs::path& folder) {
+    return objectOf(base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit));
+}
+
+MeetingRecord fieldsOf(const base::Json& meta) {
     const base::Json* duration = meta.find(u"duration");
     const base::Json* shots = meta.find(u"screenshotsEnabled");
     const auto start = textAt(meta, u"start");
@@ -66,6 +74,15 @@ MeetingRecord recordOf(const base::Json& meta) {
             .practice = textAt(meta, u"mode") == MeetingMeta::practiceMode};
 }
 
+MeetingRecord recordOf(const std::optional<base::Json>& meta, fs::path folder, const QTimeZone& timeZone) {
+    MeetingRecord record = meta ? fieldsOf(*meta) : MeetingRecord();
+    record.folder = std::move(folder);
+    if (!record.start) {
+        record.start = startFromName(base::nameText(record.folder), timeZone);
+    }
+    return record;
+}
+
 /// A first copy of `file` under a name that is free.
 std::expected<void, base::FileError> setAside(const fs::path& file) {
     const fs::path copy =
@@ -76,6 +93,32 @@ std::expected<void, base::FileError> setAside(const fs::path& file) {
         return std::unexpected(base::fileError(error.value()));
     }
     return base::flushFile(copy);
+}
+
+std::vector<MeetingRecord> newestFirst(std::vector<MeetingRecord> records) {
+    struct Place {
+        std::int64_t start;
+        std::size_t index;
+    };
+
+    std::vector<Place> places;
+    places.reserve(records.size());
+    for (const MeetingRecord& record : records) {
+        // Without a start it sorts as the most distant past.
+        const auto start = record.start ? record.start->toMSecsSinceEpoch() : std::numeric_limits<std::int64_t>::min();
+        places.push_back({start, places.size()});
+    }
+    std::ranges::sort(places, [&records](const Place& left, const Place& right) {
+        return left.start != right.start
+                   ? left.start > right.start
+                   : records[left.index].folder.filename().native() > records[right.index].folder.filename().native();
+    });
+    std::vector<MeetingRecord> sorted;
+    sorted.reserve(records.size());
+    for (const Place& place : places) {
+        sorted.push_back(std::move(records[place.index]));
+    }
+    return sorted;
 }
 
 std::unexpected<EditError> failure(EditError::Kind kind, const QString& text) {
@@ -89,33 +132,26 @@ base::Json textOrNull(const QString& text) {
 } // namespace
 
 std::vector<MeetingRecord> load(const fs::path& meetings, const FolderSet& skipping, const QTimeZone& timeZone) {
-    std::vector<MeetingRecord> records;
     const fs::path identity = base::standardized(meetings);
-    for (const fs::path& folder : subfolders(meetings)) {
-        if (!skipping.isEmpty() && skipping.contains(base::pathText(identity / folder.filename()))) {
+    const base::FileDescriptor listed(::open(meetings.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::vector<std::string> names = subfolderNames(meetings);
+    std::vector<MeetingRecord> records;
+    records.reserve(names.size());
+    for (const std::string& name : names) {
+        if (!skipping.isEmpty() && skipping.contains(base::pathText(identity / name))) {
             continue;
         }
-        records.push_back(record(folder, timeZone));
-        if (!records.back().hasMeta && !base::nameTaken(folder)) {
-            records.pop_back(); // it went while we looked
+        const auto meta = objectOf(base::readFileAt(listed.get(), name + "/meta.json", MeetingArchive::metaLimit));
+        fs::path folder = meetings / name;
+        if (meta || base::nameTaken(folder)) { // else it went while we looked
+            records.push_back(recordOf(meta, std::move(folder), timeZone));
         }
     }
-    std::ranges::sort(records, [](const MeetingRecord& left, const MeetingRecord& right) {
-        // Without a start it sorts as the most distant past.
-        return left.start != right.start ? left.start > right.start
-                                         : left.folder.filename().native() > right.folder.filename().native();
-    });
-    return records;
+    return newestFirst(std::move(records));
 }
 
 MeetingRecord record(const fs::path& folder, const QTimeZone& timeZone) {
-    const auto meta = metaObject(folder);
-    MeetingRecord record = meta ? recordOf(*meta) : MeetingRecord();
-    record.folder = folder;
-    if (!record.start) {
-        record.start = startFromName(base::nameText(folder), timeZone);
-    }
-    return record;
+    return recordOf(metaObject(folder), folder, timeZone);
 }
 
 std::optional<fs::path> latestFolder(const fs::path& meetings) {

@@ -44,13 +44,14 @@ std::int64_t daysLeft(const QDateTime& end, const QDateTime& now) {
 std::vector<fs::path> prune(const fs::path& meetings, const QDateTime& now,
                             const std::function<bool(const fs::path&)>& isLive) {
     std::vector<fs::path> deleted;
-    for (const fs::path& folder : subfolders(meetings)) {
+    for (const std::string& name : subfolderNames(meetings)) {
+        const fs::path folder = meetings / name;
         if (isLive(folder)) {
             continue;
         }
         const auto end = MeetingLibrary::endDate(folder);
-        for (const char* name : {audioNames[0], audioNames[1], shotsName}) {
-            const fs::path item = folder / name;
+        for (const char* expiring : {audioNames[0], audioNames[1], shotsName}) {
+            const fs::path item = folder / expiring;
             if (!isDue(item, end, now)) {
                 continue;
             }

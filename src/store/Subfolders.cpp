@@ -1,23 +1,43 @@
 #include "store/Subfolders.h"
 
-#include <system_error>
+#include "base/Handle.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace store {
 
-namespace fs = std::filesystem;
+namespace {
 
-std::vector<fs::path> subfolders(const fs::path& folder) {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        std::error_code unknown;
-        // Asked this way, the answer comes with the listing and costs no look at the entry.
-        if (!entry->is_symlink(unknown) && entry->is_directory(unknown) &&
-            !entry->path().filename().native().starts_with('.')) {
-            found.push_back(entry->path());
+bool isFolder(DIR* listed, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN) {
+        return entry.d_type == DT_DIR;
+    }
+    struct stat status{}; // some file systems do not tell with the listing
+    return ::fstatat(::dirfd(listed), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
+// The system's own listing: the standard library's makes a path of every entry, which costs more than reading a record.
+std::vector<std::string> subfolderNames(const std::filesystem::path& folder) {
+    const base::Owned<DIR, ::closedir> listed(::opendir(folder.c_str()));
+    if (!listed) {
+        return {};
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* entry = ::readdir(listed.get());
+        if (entry == nullptr) {
+            return errno == 0 ? names : std::vector<std::string>();
+        }
+        if (entry->d_name[0] != '.' && isFolder(listed.get(), *entry)) {
+            names.emplace_back(entry->d_name);
         }
     }
-    return error ? std::vector<fs::path>() : found;
 }
 
 } // namespace store

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace store {
 
-/// The direct, non-hidden folders in `folder`, in no order; links do not count. Empty if it can't be listed.
-[[nodiscard]] std::vector<std::filesystem::path> subfolders(const std::filesystem::path& folder);
+/// The names of the direct, non-hidden folders in `folder`, in no order; links do not count. Empty if it can't be
+/// listed.
+[[nodiscard]] std::vector<std::string> subfolderNames(const std::filesystem::path& folder);
 
 } // namespace store

@@ -1,5 +1,6 @@
 #include "store/MeetingLibrary.h"
 
+#include "base/Handle.h"
 #include "base/Json.h"
 #include "fakes/ScopedVariable.h"
 #include "fakes/SmallDisk.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -257,6 +259,24 @@ TEST_F(MeetingLibraryTest, AFolderOfAnyNameIsListed) {
     EXPECT_EQ(records[0].folder, meetings / "2025_03_07_0930_\xFF");
     EXPECT_EQ(records[0].start, start.addSecs(-12));
     EXPECT_EQ(records[1].folder, meetings / "\xFF\xFE");
+}
+
+TEST_F(MeetingLibraryTest, NothingButMetaIsOpened) {
+    const auto folder = make("a", "{}");
+    fs::create_directory(folder / "shots");
+    for (const char* name : {"notes.md", "transcript.json", "summary.json", "mic.m4a"}) {
+        ASSERT_TRUE(base::replaceFile(folder / name, "x"));
+    }
+    const base::FileDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(::inotify_add_watch(watch.get(), folder.c_str(), IN_OPEN | IN_ACCESS), 0);
+    EXPECT_EQ(MeetingLibrary::load(meetings.path).size(), 1U);
+    QByteArray events(4096, '\0');
+    events.truncate(
+        std::max<qsizetype>(0, ::read(watch.get(), events.data(), static_cast<std::size_t>(events.size()))));
+    EXPECT_TRUE(events.contains("meta.json"));
+    for (const char* name : {"notes.md", "transcript.json", "summary.json", "mic.m4a", "shots"}) {
+        EXPECT_FALSE(events.contains(name)) << name;
+    }
 }
 
 TEST_F(MeetingLibraryTest, TheLatestFolderIsTheFirst) {
