@@ -70,6 +70,9 @@ std::expected<void, Error> M4aWriter::State::openEncoder(int sampleRate, int bit
     encoder->ch_layout = AV_CHANNEL_LAYOUT_MONO;
     encoder->time_base = {1, sampleRate};
     encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
+    // At this bit rate the simpler search for quantizers takes a fifth of the time and is as good to the ear: the
+    // figures stand in docs/decisions.
+    av_opt_set(encoder->priv_data, "aac_coder", "fast", 0);
     return result(avcodec_open2(encoder.get(), codec, nullptr));
 }
 
