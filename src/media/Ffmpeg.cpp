@@ -35,7 +35,8 @@ Resampler makeDownmix(AVSampleFormat format, int channels, int inputRate, int ou
     AVChannelLayout from{};
     from.order = AV_CHANNEL_ORDER_UNSPEC;
     from.nb_channels = channels;
-    AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
+    AVChannelLayout mono{};
+    av_channel_layout_default(&mono, 1);
     SwrContext* made = nullptr;
     if (swr_alloc_set_opts2(&made, &mono, AV_SAMPLE_FMT_FLT, outputRate, &from, format, inputRate, 0, nullptr) < 0) {
         return nullptr;
