@@ -2,6 +2,7 @@
 
 #include "base/Handle.h"
 
+#include <QRegularExpression>
 #include <QStringDecoder>
 
 #include <algorithm>
@@ -13,6 +14,7 @@
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
+#include <vector>
 
 namespace base {
 
@@ -168,6 +170,21 @@ std::expected<void, FileError> replaceFile(const fs::path& path, const QByteArra
         return result;
     }
     return flushFolder(folderOf(path));
+}
+
+void removeTemporaries(const fs::path& folder) {
+    static const QRegularExpression pattern(uR"(^\..+\.\d+-\d+\.tmp$)"_s,
+                                            QRegularExpression::DotMatchesEverythingOption);
+    std::vector<fs::path> left;
+    std::error_code ignored;
+    for (fs::directory_iterator entry(folder, ignored), end; !ignored && entry != end; entry.increment(ignored)) {
+        if (pattern.match(pathText(entry->path().filename())).hasMatch()) {
+            left.push_back(entry->path());
+        }
+    }
+    for (const fs::path& path : left) {
+        ::unlink(path.c_str()); // a folder of such a name is not ours, and stays
+    }
 }
 
 std::expected<void, FileError> flushFile(const fs::path& path) {

@@ -41,6 +41,9 @@ inline constexpr std::int64_t readLimit = 64LL * 1024 * 1024;
 /// and only a kill can. A link at `path` is replaced, not followed. Flushes the file and then its folder.
 [[nodiscard]] std::expected<void, FileError> replaceFile(const fs::path& path, const QByteArray& bytes);
 
+/// Removes the temporary files that kills have left of replaceFile in a folder. Nothing may be replacing files there.
+void removeTemporaries(const fs::path& folder);
+
 /// Flushes a file's content (or a folder's entries) to the disk.
 [[nodiscard]] std::expected<void, FileError> flushFile(const fs::path& path);
 [[nodiscard]] std::expected<void, FileError> flushFolder(const fs::path& folder);

@@ -35,12 +35,7 @@ namespace capture {
 
 class TrackFlusher;
 
-/// Why a CAF did not become an m4a.
-struct ConvertFailure {
-    std::optional<store::ConvertError> reason; ///< nullopt: a file could not be read or written
-    QString text;
-    bool operator==(const ConvertFailure&) const = default;
-};
+using store::ConvertFailure;
 
 class AudioTrackWriter final : public CaptureSink, public std::enable_shared_from_this<AudioTrackWriter> {
 public:

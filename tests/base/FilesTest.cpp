@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace base;
@@ -87,6 +89,39 @@ TEST_F(FilesTest, ALongNameStillHasATemporaryFile) {
     const auto path = folder / std::string(255, 'n');
     EXPECT_TRUE(replaceFile(path, "x"));
     EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(FilesTest, WhatAKillLeftOfAReplacementIsRemovedAndNothingElse) {
+    for (const char* name : {".meta.json.123-456.tmp", ".a\nb.1-2.tmp", ".\xFF.1-2.tmp", "meta.json.123-456.tmp",
+                             ".meta.json.tmp", ".meta.json.123-456.tmp.md", ".meta.json.12a-456.tmp", ".hidden"}) {
+        ASSERT_TRUE(replaceFile(folder / name, "x"));
+    }
+    fs::create_directory(folder / ".folder.1-2.tmp");
+    removeTemporaries(folder.path);
+    std::set<std::string> left;
+    for (const auto& entry : fs::directory_iterator(folder.path)) {
+        left.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(left, (std::set<std::string>{"meta.json.123-456.tmp", ".meta.json.tmp", ".meta.json.123-456.tmp.md",
+                                           ".meta.json.12a-456.tmp", ".hidden", ".folder.1-2.tmp"}));
+    removeTemporaries(folder / "none");
+}
+
+TEST_F(FilesTest, AKilledReplacementLeavesATemporaryFileThatIsKnown) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const rlimit none{0, 0};
+        ::setrlimit(RLIMIT_FSIZE, &none); // the first byte ends the process
+        ::signal(SIGXFSZ, SIG_DFL);
+        std::ignore = replaceFile(folder / "meta.json", "x");
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    ASSERT_EQ(entries(), 1U);
+    removeTemporaries(folder.path);
+    EXPECT_EQ(entries(), 0U);
 }
 
 TEST_F(FilesTest, AMovedItemHasItsNewNameAlone) {
