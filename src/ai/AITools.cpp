@@ -1,6 +1,7 @@
 #include "ai/AITools.h"
 
 #include "ai/ProcessRunner.h"
+#include "ai/SpeechEngines.h"
 #include "base/Environment.h"
 #include "base/Files.h"
 
@@ -82,7 +83,7 @@ AITools AITools::current() {
                     .variable = base::Environment::variable,
                     .home = homeFolder(),
                     .isExecutable = isExecutableFile,
-                    .standIn = nullptr});
+                    .standIn = SpeechEngines::standIn});
 }
 
 bool AITools::whisperFound() const {

@@ -2,7 +2,7 @@
 
 #include "ai/JsonFields_p.h"
 #include "ai/LastLine.h"
-#include "ai/WorkFolder_p.h"
+#include "ai/WorkFolder.h"
 #include "base/Text.h"
 #include "copy/Strings.h"
 

@@ -5,7 +5,7 @@
 #include "ai/Stamp.h"
 #include "ai/TranscriptCleaner.h"
 #include "ai/WhisperOutput.h"
-#include "ai/WorkFolder_p.h"
+#include "ai/WorkFolder.h"
 #include "copy/Strings.h"
 #include "store/MeetingLibrary.h"
 
