@@ -24,8 +24,8 @@ struct ClickPlayer::State {
     pa_context* context = nullptr;
     pa_stream* stream = nullptr;
     std::string sink;
-    std::int64_t frames = 0;      ///< handed over
-    std::vector<double> origins;  ///< where frame 0 lies by each word of the server
+    std::int64_t frames = 0;     ///< handed over
+    std::vector<double> origins; ///< where frame 0 lies by each word of the server
 
     void connected() {
         if (pa_context_get_state(context) != PA_CONTEXT_READY) {
@@ -36,24 +36,15 @@ struct ClickPlayer::State {
         pa_stream_set_write_callback(
             stream, [](pa_stream*, std::size_t bytes, void* self) { static_cast<State*>(self)->write(bytes); }, this);
         const pa_buffer_attr buffer{.maxlength = static_cast<std::uint32_t>(-1),
-                                    .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(60'000, &format)),
+                                    .tlength = static_cast<std::uint32_t>(pa_usec_to_bytes(40'000, &format)),
                                     .prebuf = static_cast<std::uint32_t>(-1),
                                     .minreq = static_cast<std::uint32_t>(-1),
                                     .fragsize = static_cast<std::uint32_t>(-1)};
-        pa_stream_connect_playback(stream, sink.empty() ? nullptr : sink.c_str(), &buffer,
-                                   static_cast<pa_stream_flags_t>(PA_STREAM_AUTO_TIMING_UPDATE |
-                                                                  PA_STREAM_INTERPOLATE_TIMING |
-                                                                  PA_STREAM_ADJUST_LATENCY),
+        pa_stream_connect_playback(stream, sink.empty() ? nullptr : sink.c_str(), &buffer, PA_STREAM_ADJUST_LATENCY,
                                    nullptr, nullptr);
     }
 
     void write(std::size_t bytes) {
-        pa_usec_t latency = 0;
-        int negative = 0;
-        if (pa_stream_get_latency(stream, &latency, &negative) >= 0) {
-            const double ahead = static_cast<double>(latency) / 1e6 * (negative ? -1 : 1);
-            origins.push_back(clock.now() + ahead - static_cast<double>(frames) / rate);
-        }
         std::vector<std::int16_t> samples(bytes / sizeof(std::int16_t));
         for (std::size_t index = 0; index < samples.size(); ++index) {
             const std::int64_t inBeat = (frames + static_cast<std::int64_t>(index / 2)) % beatFrames;
@@ -61,6 +52,20 @@ struct ClickPlayer::State {
         }
         pa_stream_write(stream, samples.data(), samples.size() * sizeof(std::int16_t), nullptr, 0, PA_SEEK_RELATIVE);
         frames += static_cast<std::int64_t>(samples.size() / 2);
+        if (auto* const question = pa_stream_update_timing_info(
+                stream, [](pa_stream*, int, void* self) { static_cast<State*>(self)->listen(); }, this)) {
+            pa_operation_unref(question);
+        }
+    }
+
+    /// The server has just said when the next frame will be heard.
+    void listen() {
+        pa_usec_t latency = 0;
+        int negative = 0;
+        if (pa_stream_get_latency(stream, &latency, &negative) >= 0) {
+            const double ahead = static_cast<double>(latency) / 1e6 * (negative ? -1 : 1);
+            origins.push_back(clock.now() + ahead - static_cast<double>(frames) / rate);
+        }
     }
 };
 

@@ -45,7 +45,8 @@ std::optional<capture::CaptureError> Recorder::startMic() {
 std::optional<QString> Recorder::startSystem() {
     std::promise<std::optional<QString>> answered;
     auto answer = answered.get_future();
-    m_system->start(capture::Display{1, {}, 0, 0}, [&](const std::optional<QString>& error) { answered.set_value(error); });
+    m_system->start(capture::Display{1, {}, 0, 0},
+                    [&](const std::optional<QString>& error) { answered.set_value(error); });
     return answer.get();
 }
 

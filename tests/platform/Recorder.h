@@ -34,12 +34,18 @@ public:
     void stop(); ///< ends both and closes the tracks
 
     [[nodiscard]] double startSeconds() const { return m_startSeconds; }
+
     [[nodiscard]] std::filesystem::path micTrack() const { return m_folder / "mic.caf"; }
+
     [[nodiscard]] std::filesystem::path systemTrack() const { return m_folder / "system.caf"; }
+
     /// What was reported through onError of either.
     [[nodiscard]] std::vector<QString> reports() const;
+
     [[nodiscard]] capture::MicCapture& mic() { return *m_mic; }
+
     [[nodiscard]] std::int64_t micBlocks() { return m_micWriter->health().buffers; }
+
     [[nodiscard]] std::int64_t systemBlocks() { return m_systemWriter->health().buffers; }
 
 private:

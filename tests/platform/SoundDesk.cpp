@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QProcess>
-
 #include <gtest/gtest.h>
 
 #include <csignal>

@@ -5,9 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-#include <vector>
-
 #include <sys/types.h>
+#include <vector>
 
 namespace platform::linux_desktop {
 

@@ -71,8 +71,8 @@ Offsets compare(const std::vector<double>& found, const std::vector<double>& hea
         }
         ++offsets.expected;
         const double place = moment - startSeconds;
-        const auto nearest = std::ranges::min_element(
-            found, {}, [place](double click) { return std::abs(click - place); });
+        const auto nearest =
+            std::ranges::min_element(found, {}, [place](double click) { return std::abs(click - place); });
         if (nearest != found.end() && std::abs(*nearest - place) < ClickPlayer::beatSeconds / 2) {
             offsets.seconds.push_back(*nearest - place);
         }

@@ -1,5 +1,5 @@
-// clicks [SECONDS]: plays clicks into the room of the microphone and into the loudspeakers of a private desktop, records
-// both tracks through the real edge, and says how far the clicks lie from their place. Run it as
+// clicks [SECONDS]: plays clicks into the room of the microphone and into the loudspeakers of a private desktop,
+// records both tracks through the real edge, and says how far the clicks lie from their place. Run it as
 //     tests/desk/desk --no-x [--pipewire] build/dev/bin/clicks 600
 // Exit code 0 when every click was found, else 1.
 #include "base/Output.h"

@@ -19,7 +19,8 @@ namespace {
 using Operation = base::Owned<pa_operation, pa_operation_unref>;
 
 /// What a question collects. `end` tells that nothing more will come.
-template<typename Item> struct Reply {
+template<typename Item>
+struct Reply {
     PulseLoop* loop = nullptr;
     std::vector<Item> items;
     bool ended = false;
@@ -55,7 +56,8 @@ PulseConnection::SinkInput describe(const pa_sink_input_info& info) {
 }
 
 /// The callback of every question about a list: items, then one call with `end` not 0 (below 0: there is none).
-template<typename Item, typename Info> void collect(pa_context*, const Info* info, int end, void* userdata) {
+template<typename Item, typename Info>
+void collect(pa_context*, const Info* info, int end, void* userdata) {
     auto& reply = *static_cast<Reply<Item>*>(userdata);
     if (end != 0) {
         reply.end();
@@ -64,7 +66,8 @@ template<typename Item, typename Info> void collect(pa_context*, const Info* inf
     }
 }
 
-template<typename Item> std::optional<Item> onlyOne(std::vector<Item>&& items) {
+template<typename Item>
+std::optional<Item> onlyOne(std::vector<Item>&& items) {
     return items.empty() ? std::nullopt : std::optional(std::move(items.front()));
 }
 
@@ -88,7 +91,8 @@ PulseConnection::Answered<std::unique_ptr<PulseConnection>> PulseConnection::ope
     connection->m_context.reset(pa_context_new(pa_threaded_mainloop_get_api(mainloop), name.toUtf8().constData()));
     auto* const context = connection->m_context.get();
     pa_context_set_state_callback(
-        context, [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->stateChanged(); }, connection.get());
+        context, [](pa_context*, void* self) { static_cast<PulseConnection*>(self)->stateChanged(); },
+        connection.get());
     if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
         return std::unexpected(connection->errorText());
     }
@@ -165,7 +169,8 @@ PulseConnection::Answered<PulseConnection::Defaults> PulseConnection::defaults(D
             [](pa_context*, const pa_server_info* info, void* target) {
                 auto& answer = *static_cast<Reply<Defaults>*>(target);
                 if (info) {
-                    answer.items.push_back({.source = text(info->default_source_name), .sink = text(info->default_sink_name)});
+                    answer.items.push_back(
+                        {.source = text(info->default_source_name), .sink = text(info->default_sink_name)});
                 }
                 answer.end();
             },
@@ -178,7 +183,7 @@ PulseConnection::Answered<PulseConnection::Defaults> PulseConnection::defaults(D
 }
 
 PulseConnection::Answered<std::optional<PulseConnection::Source>> PulseConnection::source(const std::string& name,
-                                                                                         Deadline deadline) {
+                                                                                          Deadline deadline) {
     Reply<Source> reply;
     const auto failure = ask(reply, deadline, [&](pa_context* context, void* userdata) {
         return pa_context_get_source_info_by_name(context, name.c_str(), collect<Source, pa_source_info>, userdata);
@@ -201,7 +206,7 @@ PulseConnection::Answered<std::vector<PulseConnection::Source>> PulseConnection:
 }
 
 PulseConnection::Answered<std::optional<PulseConnection::Sink>> PulseConnection::sink(const std::string& name,
-                                                                                     Deadline deadline) {
+                                                                                      Deadline deadline) {
     Reply<Sink> reply;
     const auto failure = ask(reply, deadline, [&](pa_context* context, void* userdata) {
         return pa_context_get_sink_info_by_name(context, name.c_str(), collect<Sink, pa_sink_info>, userdata);

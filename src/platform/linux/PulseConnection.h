@@ -1,7 +1,7 @@
 // A connection to the sound server, and what can be asked through it. Its questions wait for their answers, but never
 // beyond their deadline, whatever state the server is in.
-//   Threads  open and the questions: any thread but the loop's, one at a time. Listeners are called on the loop's thread
-//            and must not ask anything there
+//   Threads  open and the questions: any thread but the loop's, one at a time. Listeners are called on the thread of
+//            the loop and must not ask anything there
 //   Owns     itself only; streams opened through it must end before it
 //   Errors   the texts of the platform, ready to be shown
 #pragma once
@@ -10,7 +10,6 @@
 #include "platform/linux/PulseLoop.h"
 
 #include <QString>
-
 #include <pulse/context.h>
 #include <pulse/introspect.h>
 #include <pulse/operation.h>
@@ -29,7 +28,9 @@ namespace platform::linux_desktop {
 class Deadline {
 public:
     explicit Deadline(double secondsFromNow);
+
     [[nodiscard]] pa_usec_t moment() const noexcept { return m_moment; }
+
     [[nodiscard]] bool passed() const;
 
 private:
@@ -69,7 +70,8 @@ public:
 
     using OnEvent = std::function<void(pa_subscription_event_type_t kind, std::uint32_t index)>;
 
-    template<typename Answer> using Answered = std::expected<Answer, QString>;
+    template<typename Answer>
+    using Answered = std::expected<Answer, QString>;
 
     [[nodiscard]] static Answered<std::unique_ptr<PulseConnection>> open(PulseLoop& loop, Deadline deadline);
     ~PulseConnection();
@@ -88,6 +90,7 @@ public:
                                         std::function<void(QString reason)> onLost, Deadline deadline);
 
     [[nodiscard]] PulseLoop& loop() noexcept { return m_loop; }
+
     [[nodiscard]] pa_context* context() noexcept { return m_context.get(); }
 
     /// Waits until `done` (asked with the lock held), the end of the connection, or the deadline. The lock must be held

@@ -12,14 +12,17 @@ capture::SampleType holding(pa_sample_format_t format) {
     case PA_SAMPLE_ALAW:
     case PA_SAMPLE_ULAW:
     case PA_SAMPLE_S16LE:
-    case PA_SAMPLE_S16BE: return capture::SampleType::Int16;
+    case PA_SAMPLE_S16BE:
+        return capture::SampleType::Int16;
     case PA_SAMPLE_S24LE:
     case PA_SAMPLE_S24BE:
     case PA_SAMPLE_S24_32LE:
     case PA_SAMPLE_S24_32BE:
     case PA_SAMPLE_S32LE:
-    case PA_SAMPLE_S32BE: return capture::SampleType::Int32;
-    default: return capture::SampleType::Float32;
+    case PA_SAMPLE_S32BE:
+        return capture::SampleType::Int32;
+    default:
+        return capture::SampleType::Float32;
     }
 }
 
@@ -37,9 +40,12 @@ std::optional<capture::AudioFormat> deliverable(const pa_sample_spec& device) {
 pa_sample_spec specification(const capture::AudioFormat& format) {
     const auto samples = [&] {
         switch (format.sampleType) {
-        case capture::SampleType::Int16: return PA_SAMPLE_S16NE;
-        case capture::SampleType::Int32: return PA_SAMPLE_S32NE;
-        case capture::SampleType::Float32: break;
+        case capture::SampleType::Int16:
+            return PA_SAMPLE_S16NE;
+        case capture::SampleType::Int32:
+            return PA_SAMPLE_S32NE;
+        case capture::SampleType::Float32:
+            break;
         }
         return PA_SAMPLE_FLOAT32NE;
     }();

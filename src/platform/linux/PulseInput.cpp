@@ -38,10 +38,7 @@ public:
 
     [[nodiscard]] std::optional<CaptureError> record(const PulseConnection::Source& source,
                                                      const PulseRecording::Target& target, Deadline deadline) {
-        auto opened = PulseRecording::open(*m_connection, target,
-                                           {.onData = [this](const SoundArrival& arrival) { m_feed.take(arrival); },
-                                            .onEnded = m_handlers.onLost},
-                                           deadline);
+        auto opened = PulseRecording::open(*m_connection, target, m_feed, m_handlers.onLost, deadline);
         if (!opened) {
             return cannotUse(std::move(opened.error()));
         }

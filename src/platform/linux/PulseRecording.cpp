@@ -9,9 +9,31 @@
 
 namespace platform::linux_desktop {
 
-std::expected<std::unique_ptr<PulseRecording>, QString>
-PulseRecording::open(PulseConnection& connection, const Target& target, Handlers handlers, Deadline deadline) {
-    std::unique_ptr<PulseRecording> recording(new PulseRecording(connection, std::move(handlers)));
+namespace {
+
+pa_buffer_attr bufferFor(double blockSeconds, const pa_sample_spec& format) {
+    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
+    const auto bytes = pa_usec_to_bytes(static_cast<pa_usec_t>(blockSeconds * PA_USEC_PER_SEC), &format);
+    return {.maxlength = serversChoice,
+            .tlength = serversChoice,
+            .prebuf = serversChoice,
+            .minreq = serversChoice,
+            .fragsize = static_cast<std::uint32_t>(bytes)};
+}
+
+/// For operations whose end nobody waits for.
+void letRun(pa_operation* operation) {
+    if (operation) {
+        pa_operation_unref(operation);
+    }
+}
+
+} // namespace
+
+std::expected<std::unique_ptr<PulseRecording>, QString> PulseRecording::open(PulseConnection& connection,
+                                                                             const Target& target, SoundFeed& feed,
+                                                                             OnEnded onEnded, Deadline deadline) {
+    std::unique_ptr<PulseRecording> recording(new PulseRecording(connection, feed, std::move(onEnded)));
     const PulseLoop::Lock lock(connection.loop());
     if (!recording->connect(target)) {
         return std::unexpected(connection.errorText());
@@ -42,22 +64,18 @@ bool PulseRecording::connect(const Target& target) {
         stream, [](pa_stream*, void* self) { static_cast<PulseRecording*>(self)->stateChanged(); }, this);
     pa_stream_set_read_callback(
         stream, [](pa_stream*, std::size_t, void* self) { static_cast<PulseRecording*>(self)->read(); }, this);
-    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
-    const auto block = pa_usec_to_bytes(static_cast<pa_usec_t>(blockSeconds * PA_USEC_PER_SEC), &target.format);
-    const pa_buffer_attr buffer{.maxlength = serversChoice,
-                                .tlength = serversChoice,
-                                .prebuf = serversChoice,
-                                .minreq = serversChoice,
-                                .fragsize = static_cast<std::uint32_t>(block)};
+    const auto buffer = bufferFor(firstBlockSeconds, target.format);
     // Moved by the server to another device, a microphone could become the monitor of the loudspeakers without a word.
-    constexpr auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY |
-                                                          PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_INTERPOLATE_TIMING);
+    constexpr auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_DONT_MOVE | PA_STREAM_ADJUST_LATENCY);
     return pa_stream_connect_record(stream, target.source.c_str(), &buffer, flags) >= 0;
 }
 
 PulseRecording::~PulseRecording() {
     const PulseLoop::Lock lock(m_connection.loop());
     if (m_stream) {
+        if (m_question) {
+            pa_operation_cancel(m_question.get());
+        }
         pa_stream_set_state_callback(m_stream.get(), nullptr, nullptr);
         pa_stream_set_read_callback(m_stream.get(), nullptr, nullptr);
         pa_stream_disconnect(m_stream.get());
@@ -75,7 +93,7 @@ void PulseRecording::stateChanged() {
     m_connection.loop().signal();
     if (m_open && !PA_STREAM_IS_GOOD(pa_stream_get_state(m_stream.get()))) {
         m_open = false;
-        m_handlers.onEnded(m_connection.errorText());
+        m_onEnded(m_connection.errorText());
     }
 }
 
@@ -87,18 +105,46 @@ void PulseRecording::read() {
         if (pa_stream_peek(m_stream.get(), &data, &bytes) < 0 || bytes == 0) {
             return;
         }
-        pa_usec_t latency = 0;
-        int negative = 0;
-        const bool known = pa_stream_get_latency(m_stream.get(), &latency, &negative) >= 0;
-        const double seconds = static_cast<double>(latency) / PA_USEC_PER_SEC;
-        m_handlers.onData({
-            .now = clock.now(),
-            .latency = known ? std::optional(negative ? -seconds : seconds) : std::nullopt,
-            .samples = {static_cast<const std::byte*>(data), data ? bytes : 0},
-            .frames = static_cast<std::int64_t>(bytes / m_frameBytes),
-        });
+        m_feed.arrived(clock.now(), {static_cast<const std::byte*>(data), data ? bytes : 0},
+                       static_cast<std::int64_t>(bytes / m_frameBytes));
         pa_stream_drop(m_stream.get());
     }
+    if (m_feed.wantsWord()) {
+        askForWord();
+    } else if (!m_largeBlocks) {
+        enlargeBlocks();
+    }
+}
+
+/// The latency that the library extrapolates between its own questions wobbles by tens of milliseconds; the answer to a
+/// question of ours is true to a tenth of one.
+void PulseRecording::askForWord() {
+    if (m_question && pa_operation_get_state(m_question.get()) == PA_OPERATION_RUNNING) {
+        return;
+    }
+    m_question.reset(pa_stream_update_timing_info(
+        m_stream.get(),
+        [](pa_stream*, int success, void* self) {
+            if (success) {
+                static_cast<PulseRecording*>(self)->takeWord();
+            }
+        },
+        this));
+}
+
+void PulseRecording::takeWord() {
+    pa_usec_t latency = 0;
+    int negative = 0;
+    if (pa_stream_get_latency(m_stream.get(), &latency, &negative) >= 0) {
+        const double seconds = static_cast<double>(latency) / PA_USEC_PER_SEC;
+        m_feed.told(base::MonotonicClock().now(), negative ? -seconds : seconds);
+    }
+}
+
+void PulseRecording::enlargeBlocks() {
+    m_largeBlocks = true;
+    const auto buffer = bufferFor(blockSeconds, *pa_stream_get_sample_spec(m_stream.get()));
+    letRun(pa_stream_set_buffer_attr(m_stream.get(), &buffer, nullptr, nullptr));
 }
 
 } // namespace platform::linux_desktop

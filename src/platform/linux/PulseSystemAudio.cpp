@@ -16,7 +16,8 @@ namespace {
 /// The monitor of one output, and the blocks that come from it.
 class Monitor {
 public:
-    Monitor(PulseConnection& connection, std::string sink, const capture::AudioFormat& format, SoundFeed::OnBlock onBlock)
+    Monitor(PulseConnection& connection, std::string sink, const capture::AudioFormat& format,
+            SoundFeed::OnBlock onBlock)
         : m_connection(connection)
         , m_sink(std::move(sink))
         , m_format(format)
@@ -47,8 +48,7 @@ public:
         auto opened = PulseRecording::open(
             m_connection,
             {.source = (*source)->name, .format = PulseFormat::specification(m_format), .channels = std::nullopt},
-            {.onData = [this](const SoundArrival& arrival) { m_feed.take(arrival); }, .onEnded = std::move(onEnded)},
-            deadline);
+            m_feed, std::move(onEnded), deadline);
         if (!opened) {
             return std::move(opened.error());
         }

@@ -18,22 +18,28 @@ double SoundFeed::seconds(std::size_t bytes) const noexcept {
     return static_cast<double>(bytes / frameBytes()) / m_format.sampleRate;
 }
 
-void SoundFeed::take(const SoundArrival& arrival) {
-    m_now = arrival.now;
+void SoundFeed::arrived(double now, std::span<const std::byte> samples, std::int64_t frames) {
+    m_now = now;
     const auto firstFrame = m_clock.frames();
-    m_clock.observe(arrival.now, arrival.latency, arrival.frames);
-    const auto samples = arrival.samples;
-    if (m_started && m_clock.settled() && m_kept.empty() && !samples.empty()) {
+    const auto bytes = static_cast<std::size_t>(frames) * frameBytes();
+    m_clock.arrived(now, frames);
+    if (m_started && m_clock.settled() && m_kept.empty() && samples.size() == bytes) {
         deliver(firstFrame, samples); // the ordinary case copies nothing
         return;
     }
     // Lost sound is silence: its length is known, and what follows must not move.
     m_kept.push_back({firstFrame, {samples.begin(), samples.end()}});
-    m_kept.back().samples.resize(static_cast<std::size_t>(arrival.frames) * frameBytes());
+    m_kept.back().samples.resize(bytes);
     const auto oldestFrame = m_clock.frames() - static_cast<std::int64_t>(longestKept * m_format.sampleRate);
     while (m_kept.front().firstFrame < oldestFrame) {
         m_kept.pop_front();
     }
+    deliverKept();
+}
+
+void SoundFeed::told(double now, double latency) {
+    m_now = now;
+    m_clock.told(now, latency);
     deliverKept();
 }
 

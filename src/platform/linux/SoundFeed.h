@@ -17,14 +17,6 @@
 
 namespace platform::linux_desktop {
 
-/// A block as the server hands it over.
-struct SoundArrival {
-    double now = 0;                     ///< host clock
-    std::optional<double> latency;      ///< age of the first frame; nullopt while the server has not said it
-    std::span<const std::byte> samples; ///< empty: the server has lost these frames
-    std::int64_t frames = 0;
-};
-
 class SoundFeed {
 public:
     /// Sound is made to begin so much earlier, by silence, when nothing was delivered just before. A track takes a hole
@@ -40,11 +32,21 @@ public:
 
     SoundFeed(capture::AudioFormat format, OnBlock onBlock);
 
-    void take(const SoundArrival& arrival);
+    /// A block has arrived. Fewer `samples` than `frames`: the server has lost the rest.
+    void arrived(double now, std::span<const std::byte> samples, std::int64_t frames);
+    /// See StreamClock.
+    void told(double now, double latency);
+
+    [[nodiscard]] bool wantsWord() const noexcept { return m_clock.wantsWord(); }
+
+    /// Whether the stream stands on its feet: its blocks may be larger from now on.
+    [[nodiscard]] bool settled() const noexcept { return m_clock.settled(); }
+
     /// Blocks flow from now on. `deliveredUntil`: the end of what the replaced stream has delivered, if there was one.
     void start(std::optional<double> deliveredUntil);
     /// Delivers what waits for its moment. The stream is about to end.
     void finish();
+
     /// The end of the last frame delivered.
     [[nodiscard]] std::optional<double> deliveredUntil() const noexcept { return m_deliveredUntil; }
 

@@ -8,53 +8,71 @@ namespace platform::linux_desktop {
 
 namespace {
 
-/// Of the later half: the first words of a stream are the worst.
-double believed(std::vector<double> origins) {
-    const auto half = origins.begin() + static_cast<std::ptrdiff_t>(origins.size() / 2);
-    const auto middle = half + (origins.end() - half) / 2;
-    std::nth_element(half, middle, origins.end());
-    return *middle;
+/// What delays a word makes it late, never early; but the very earliest may be a slip.
+double believed(std::vector<double> words) {
+    const auto quartile = words.begin() + static_cast<std::ptrdiff_t>(words.size() / 4);
+    std::ranges::nth_element(words, quartile);
+    return *quartile;
 }
 
 } // namespace
 
-double StreamClock::origin(double now, std::optional<double> latency, std::int64_t frames) const {
-    if (latency && std::isfinite(*latency) && std::abs(*latency) <= longestLatency) {
-        return std::min(now - *latency, now) - seconds(m_frames);
-    }
-    return m_origin.value_or(now - seconds(m_frames + frames));
+bool StreamClock::isHole(double origin) const noexcept {
+    return m_origin && origin - *m_origin > gapSeconds;
 }
 
-void StreamClock::observe(double now, std::optional<double> latency, std::int64_t frames) {
-    const double said = origin(now, latency, frames);
-    const bool late = m_origin && said - *m_origin > gapSeconds;
-    if (!m_settling && late) {
-        m_settling = Settling{.from = m_frames, .origins = {}};
-    } else if (m_settling && m_origin && !late) {
-        m_settling.reset(); // a false alarm
+void StreamClock::arrived(double now, std::int64_t frames) {
+    const auto first = std::exchange(m_frames, m_frames + frames);
+    const double byArrival = now - seconds(m_frames);
+    if (!m_doubt && byArrival - m_byArrival > gapSeconds) {
+        m_doubt = Doubt{.from = first, .words = {}}; // late: lost in part, or only delayed
     }
-    m_frames += frames;
-    if (m_settling) {
-        m_settling->origins.push_back(said);
-        const double needed = m_origin ? confirmSeconds : settleSeconds;
-        if (seconds(m_frames - m_settling->from) >= needed) {
-            settle();
-        }
+    if (!m_doubt) {
+        m_byArrival = std::min(m_byArrival, byArrival);
+        return;
     }
+    m_doubt->byArrival = std::min(m_doubt->byArrival.value_or(byArrival), byArrival);
+    if (seconds(m_frames - m_doubt->from) >= patienceSeconds) {
+        settle();
+    }
+}
+
+void StreamClock::told(double now, double latency) {
+    m_lastWord = m_frames;
+    if (!std::isfinite(latency) || std::abs(latency) > longestLatency) {
+        return;
+    }
+    const double origin = now - latency - seconds(m_frames);
+    if (!m_doubt && isHole(origin)) {
+        m_doubt = Doubt{.from = m_frames, .words = {}};
+    }
+    if (!m_doubt) {
+        return;
+    }
+    m_doubt->words.push_back(origin);
+    const bool falseAlarm = m_origin && !isHole(origin);
+    if (falseAlarm || m_doubt->words.size() >= (m_origin ? gapWords : settleWords)) {
+        settle();
+    }
+}
+
+bool StreamClock::wantsWord() const noexcept {
+    return m_doubt || seconds(m_frames - m_lastWord) >= wordInterval;
 }
 
 void StreamClock::settle() {
-    if (!m_settling) {
+    if (!m_doubt || (m_doubt->words.empty() && !m_doubt->byArrival)) {
         return;
     }
-    const auto settling = *std::exchange(m_settling, std::nullopt);
-    if (settling.origins.empty()) {
+    const auto doubt = *std::exchange(m_doubt, std::nullopt);
+    const double found = doubt.words.empty() ? *doubt.byArrival : believed(doubt.words);
+    m_byArrival = doubt.byArrival.value_or(m_byArrival); // a new delay, if it stays, is no news
+    if (m_origin && !isHole(found)) {
         return;
     }
-    const double found = believed(settling.origins);
     m_earlierOrigin = m_origin.value_or(found);
     m_origin = found;
-    m_resumedAt = settling.from;
+    m_resumedAt = doubt.from;
 }
 
 double StreamClock::moment(std::int64_t frame) const noexcept {

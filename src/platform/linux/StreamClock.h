@@ -1,8 +1,8 @@
-// When the frames of a capture were heard. Sound servers say so with every block, but imprecisely: the first words of a
-// new stream are wrong by tens of milliseconds, later ones jitter by as much. The count of frames does not jitter, so
-// moments follow the count, and the words of the server only set it on its feet at the beginning and after a hole.
+// When the frames of a capture were heard. The count of frames never jitters, so moments follow the count; the server's
+// word about how old the next frame is sets the count on its feet at the beginning and tells a hole from a delay.
 //   Units    seconds on the host clock; frames at the rate of the stream, counted from its first
 //   Threads  none of its own: one at a time       Errors  none: every input has an answer
+//   Source   docs/sound-stamps.md (why the library's own interpolated latency is not used)
 #pragma once
 
 #include <cstdint>
@@ -13,46 +13,59 @@ namespace platform::linux_desktop {
 
 class StreamClock {
 public:
-    /// What a new stream says for so long is listened to before it is believed. Seconds of sound.
-    static constexpr double settleSeconds = 0.25;
-    /// A word that is later than the count by more than this means that sound is missing, if the next ones agree. Seconds.
+    /// Words that a new stream needs before it is believed.
+    static constexpr std::size_t settleWords = 10;
+    /// Sound missing for longer than this is a hole; the rest is jitter. Seconds.
     static constexpr double gapSeconds = 0.1;
-    /// For so long the next ones have to agree. Seconds of sound.
-    static constexpr double confirmSeconds = 0.15;
+    /// Words that have to agree on a hole.
+    static constexpr std::size_t gapWords = 3;
+    /// Without enough words, so much sound is waited through and then placed by its arrival. Seconds.
+    static constexpr double patienceSeconds = 0.5;
+    /// Between two words while nothing is in doubt. Seconds of sound.
+    static constexpr double wordInterval = 1.0;
     /// Latencies beyond this are no latencies. Seconds.
     static constexpr double longestLatency = 5.0;
 
     explicit StreamClock(double sampleRate) : m_sampleRate(sampleRate) {}
 
-    /// A block of `frames` has arrived at `now`; the server says that its first frame is `latency` old (negative: yet to
-    /// be heard; nullopt: it says nothing).
-    void observe(double now, std::optional<double> latency, std::int64_t frames);
-    /// Whether the moments of all frames so far are known. If not, keep the frames and ask again after the next block.
-    [[nodiscard]] bool settled() const noexcept { return !m_settling; }
-    /// Believes what has been said so far, because no more will come.
+    /// So many frames have arrived at `now`.
+    void arrived(double now, std::int64_t frames);
+    /// The server's word at `now`: the frame that follows those that have arrived is `latency` old (negative: it is yet
+    /// to be heard).
+    void told(double now, double latency);
+    [[nodiscard]] bool wantsWord() const noexcept;
+
+    /// Whether the moments of all frames so far are known. If not, keep the frames and ask again later.
+    [[nodiscard]] bool settled() const noexcept { return !m_doubt; }
+
+    /// Ends the doubt with what has been said so far, because no more will come.
     void settle();
-    /// The moment of a frame that has been observed. Call it while settled.
+    /// The moment of a frame that has arrived. Call it while settled.
     [[nodiscard]] double moment(std::int64_t frame) const noexcept;
-    /// The first frame after the latest hole; 0 while there was none.
-    [[nodiscard]] std::int64_t resumedAt() const noexcept { return m_resumedAt; }
 
     [[nodiscard]] std::int64_t frames() const noexcept { return m_frames; }
 
 private:
-    struct Settling {
-        std::int64_t from = 0;        ///< the first frame whose moment is not known
-        std::vector<double> origins;  ///< where frame 0 would lie by each word since
+    struct Doubt {
+        std::int64_t from = 0;             ///< the first frame whose moment is not known
+        std::vector<double> words;         ///< where frame 0 lies by each word since
+        std::optional<double> byArrival{}; ///< the same if the frames had arrived without any delay
     };
 
-    [[nodiscard]] double origin(double now, std::optional<double> latency, std::int64_t frames) const;
-    [[nodiscard]] double seconds(std::int64_t frames) const noexcept { return static_cast<double>(frames) / m_sampleRate; }
+    [[nodiscard]] double seconds(std::int64_t frames) const noexcept {
+        return static_cast<double>(frames) / m_sampleRate;
+    }
+
+    [[nodiscard]] bool isHole(double origin) const noexcept;
 
     double m_sampleRate;
     std::int64_t m_frames = 0;
-    std::optional<double> m_origin;       ///< the moment of frame 0, as the frames since resumedAt() see it
-    double m_earlierOrigin = 0;           ///< as those before it did
-    std::int64_t m_resumedAt = 0;
-    std::optional<Settling> m_settling = Settling{};
+    std::int64_t m_lastWord = 0;    ///< frames at that moment
+    std::optional<double> m_origin; ///< where frame 0 lies, as the frames since m_resumedAt see it
+    double m_earlierOrigin = 0;     ///< as those before it did
+    std::int64_t m_resumedAt = 0;   ///< the first frame after the latest hole
+    double m_byArrival = 0;         ///< the earliest that arrivals have put frame 0 since the last doubt
+    std::optional<Doubt> m_doubt = Doubt{};
 };
 
 } // namespace platform::linux_desktop
