@@ -16,7 +16,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array<const char*, 6> colours = {"#20407f", "#7f3020", "#206f30", "#6f6020", "#602070", "#107070"};
+/// Dark and bright in turn: pictures are compared without their colours.
+constexpr std::array<const char*, 6> colours = {"#20407f", "#d8c890", "#206f30", "#e0b0b0", "#602070", "#a0d8d8"};
 
 class Slides {
 public:
@@ -33,9 +34,11 @@ public:
 
     void next() {
         const char* colour = colours[m_shown % colours.size()];
+        const char* ink = m_shown % 2 == 0 ? "white" : "black";
         ++m_shown;
         for (const auto& label : m_labels) {
-            label->setStyleSheet(u"background: %1; color: white; font-size: 120px"_s.arg(QLatin1StringView(colour)));
+            label->setStyleSheet(u"background: %1; color: %2; font-size: 120px"_s.arg(QLatin1StringView(colour),
+                                                                                      QLatin1StringView(ink)));
             label->setText(u"Slide %1"_s.arg(m_shown));
             label->show();
             label->repaint();
