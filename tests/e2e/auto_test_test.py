@@ -89,10 +89,6 @@ class AutoTest(harness.EndToEnd):
         home = harness.pathlib.Path(harness.os.environ["HOME"])
         self.assertFalse((home / ".local/share/Tarvex").exists())
 
-    def test_the_window_test_ends_with_its_last_line(self):
-        program = self.run_test("--window-test", "meeting")
-        self.assertEqual(program.lines[-1], "window test done", program.told())
-
 
 if __name__ == "__main__":
     harness.main()

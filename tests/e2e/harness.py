@@ -118,6 +118,11 @@ class Home:
             return {}
 
     @property
+    def ready(self):
+        """The program has launched into this root: it has emptied its work folder, and it answers to signals."""
+        return (self.path / "tmp").is_dir()
+
+    @property
     def lock(self):
         return self.path / "recording.lock"
 

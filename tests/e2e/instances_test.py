@@ -43,9 +43,9 @@ class Instances(harness.EndToEnd):
         first.send(signal.SIGKILL)
         first.wait()
         self.assertTrue(self.lock.exists())
-        second = self.begin()
-        self.assertTrue(wait_until(lambda: self.lock.read_text("utf-8").startswith(f"{second.process.pid}\n")), second.told())
-        second.send(signal.SIGTERM)
+        second = self.start("--auto-test", "0.5", TARVEX_SINGLE_INSTANCE="1")
+        second.wait_for_line("recording started")
+        self.assertTrue(self.lock.read_text("utf-8").startswith(f"{second.process.pid}\n"))
         self.assertEqual(second.wait(), 0, second.told())
 
     def test_a_lock_of_rubbish_keeps_nobody_out(self):
@@ -55,7 +55,7 @@ class Instances(harness.EndToEnd):
 
     def test_in_test_mode_two_may_run_unless_asked_otherwise(self):
         first = self.start()
-        self.assertTrue(wait_until(lambda: (self.home.path / "types.json").exists()), first.told())
+        self.assertTrue(wait_until(lambda: self.home.ready), first.told())
         second = self.start("--auto-test", "0.5")
         self.assertEqual(second.wait(), 0, second.told())
         self.assertTrue(first.alive)

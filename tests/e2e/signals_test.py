@@ -77,12 +77,13 @@ class Signals(harness.EndToEnd):
     def test_while_nothing_is_recorded(self):
         for number in ENDING:
             with self.subTest(signal=number.name):
-                program = self.start(TARVEX_SINGLE_INSTANCE="1")
-                self.assertTrue(wait_until(lambda: (self.home.path / "types.json").exists()), program.told())
+                home = self.new_home(number.name)
+                program = self.start(home=home, TARVEX_SINGLE_INSTANCE="1")
+                self.assertTrue(wait_until(lambda: home.ready), program.told())
                 program.send(number)
                 self.assertEqual(program.wait(), 0, program.told())
-                self.assertFalse((self.home.path / "instance.lock").exists())
-                self.assertEqual(self.home.folders, [])
+                self.assertFalse((home.path / "instance.lock").exists())
+                self.assertEqual(home.folders, [])
 
     def test_no_child_outlives_it(self):
         program = self.start("--auto-test", "60")
