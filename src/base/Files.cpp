@@ -199,7 +199,9 @@ std::expected<void, FileError> makeFolders(const fs::path& folder) {
     fs::path made;
     for (const fs::path& part : folder) {
         made /= part;
-        if (::mkdir(made.c_str(), folderMode) != 0 && errno != EEXIST) {
+        if (::mkdir(made.c_str(), folderMode) == 0) {
+            std::ignore = flushFolder(folderOf(made)); // it is there, whether or not it would outlive a power cut
+        } else if (errno != EEXIST) {
             // A parent may be there and yet refuse: on read-only systems mkdir says EROFS for folders that exist.
             const int code = errno;
             struct stat status{};

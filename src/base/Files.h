@@ -48,7 +48,7 @@ void removeTemporaries(const fs::path& folder);
 [[nodiscard]] std::expected<void, FileError> flushFile(const fs::path& path);
 [[nodiscard]] std::expected<void, FileError> flushFolder(const fs::path& folder);
 
-/// mkdir -p with mode 0700 for what it makes.
+/// mkdir -p with mode 0700 for what it makes. What was made outlives a power cut where the disk can promise it.
 [[nodiscard]] std::expected<void, FileError> makeFolders(const fs::path& folder);
 
 /// Gives a file or folder another name within its file system; a link is moved, not followed. A name that anything has,

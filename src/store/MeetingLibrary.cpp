@@ -92,7 +92,10 @@ std::expected<void, base::FileError> setAside(const fs::path& file) {
     if (error) {
         return std::unexpected(base::fileError(error.value()));
     }
-    return base::flushFile(copy);
+    if (auto flushed = base::flushFile(copy); !flushed) {
+        return flushed;
+    }
+    return base::flushFolder(copy.parent_path());
 }
 
 std::vector<MeetingRecord> newestFirst(std::vector<MeetingRecord> records) {

@@ -155,12 +155,13 @@ Outcome heal(const fs::path& folder, const Damage& damage, const ConvertToM4A& c
             outcome.failures.append(u"meta.json: " + written.error().text);
         }
     }
-    // Last of all, since the next attempt would learn the end and the length of the recording from them.
+    outcome.folder = renamed(folder);
+    // Last of all: it is by its CAFs that the next attempt knows the folder, and the end and the length of the
+    // recording.
     for (const fs::path& caf : done) {
         std::error_code ignored;
-        fs::remove(caf, ignored);
+        fs::remove(outcome.folder / caf.filename(), ignored);
     }
-    outcome.folder = renamed(folder);
     return outcome;
 }
 

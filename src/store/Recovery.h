@@ -1,7 +1,7 @@
 // Heals what a crash, a power cut or a kill left of a recording: converts the CAFs that are still there, completes
 // meta.json and gives the folder a proper name. It asks nobody; a healed meeting shows up without answers.
-//   Order     no CAF goes before its m4a and the completed meta.json are on the disk, so that healing can be cut off
-//             anywhere and done again with the same end
+//   Order     the CAFs go last, when the m4a, the completed meta.json and the new name are on the disk, so that healing
+//             can be cut off anywhere and done again with the same end
 //   Errors    in the outcomes; a track that never got a frame is no failure and stays as it is
 //   Threads   any; nothing else may write in the folders meanwhile
 #pragma once
