@@ -43,8 +43,7 @@ std::vector<CopyField> DesktopCopy::fields() const {
         {u"noDisplayServer", noDisplayServer},     {u"noScreenCapture", noScreenCapture},
         {u"noWaylandPictures", noWaylandPictures}, {u"noMonitor", noMonitor},
         {u"noSoundServer", noSoundServer},         {u"soundServerSilent", soundServerSilent},
-        {u"stillRecording", stillRecording},
-        {u"savesBeforeShutdown", savesBeforeShutdown},
+        {u"stillRecording", stillRecording},       {u"savesBeforeShutdown", savesBeforeShutdown},
     };
 }
 
