@@ -81,9 +81,9 @@ struct Application::Parts {
     std::shared_ptr<desktop::PulseLoop> soundLoop = std::make_shared<desktop::PulseLoop>();
     desktop::PulseInput input{soundLoop};
     desktop::PulseSystemAudio systemAudio{soundLoop};
-    std::unique_ptr<capture::ScreenSource> screens = desktop::makeScreens(desktop::sessionKind(), dispatch);
     desktop::DesktopBus sessionBus{desktop::DesktopBus::Kind::Session, dispatch};
     desktop::DesktopBus systemBus{desktop::DesktopBus::Kind::System, dispatch};
+    std::unique_ptr<capture::ScreenSource> screens = desktop::makeScreens(desktop::sessionKind(), dispatch, sessionBus);
     desktop::DesktopNotifications notifications{sessionBus};
     desktop::DesktopKeepAwake keepAwake{systemBus, sessionBus};
     desktop::DesktopOpener opener{sessionBus, main};

@@ -19,6 +19,7 @@ struct DesktopCopy {
     FixedText noDisplayServer;   ///< neither an X server nor a Wayland compositor answers
     FixedText noScreenCapture;   ///< the session offers no way to take pictures
     FixedText noWaylandPictures; ///< a Wayland session whose portal can't give pictures yet
+    FixedText pictureRefused;    ///< the user or the portal said no, or nothing in time
     FixedText displayGone;       ///< unplugged, or turned off
     FixedText pictureUnreadable; ///< its pixels are laid out in a way that is not understood
 

@@ -1,6 +1,7 @@
 #include "fakes/ManualScheduler.h"
 #include "platform/linux/DesktopOpener.h"
 #include "platform/linux/DesktopScreens.h"
+#include "platform/linux/PortalPicture.h"
 #include "platform/linux/QtScreens.h"
 #include "ui/Permissions.h"
 
@@ -108,6 +109,33 @@ TEST_F(SessionKindTest, AWaylandSessionIsOneEvenWithAnXServerBesideIt) {
     qunsetenv("XDG_SESSION_TYPE");
     qputenv("WAYLAND_DISPLAY", "wayland-0");
     EXPECT_EQ(sessionKind(), SessionKind::Wayland);
+}
+
+TEST(PortalPicture, AScreensPartLiesWhereItsFrameLiesAmongAllScreens) {
+    const std::vector<capture::Display> screens = {
+        {.id = 1, .frame = {.x = 0, .y = 0, .width = 1920, .height = 1080}},
+        {.id = 2, .frame = {.x = 1920, .y = 280, .width = 1280, .height = 720}},
+    };
+    const QSize picture(3200, 1080);
+    EXPECT_EQ(PortalPicture::partOf(picture, screens, screens[0].frame), QRect(0, 0, 1920, 1080));
+    EXPECT_EQ(PortalPicture::partOf(picture, screens, screens[1].frame), QRect(1920, 280, 1280, 720));
+    EXPECT_EQ(PortalPicture::partOf(picture * 2, screens, screens[1].frame), QRect(3840, 560, 2560, 1440));
+}
+
+TEST(PortalPicture, ScreensLeftOfTheOriginShiftAllOthers) {
+    const std::vector<capture::Display> screens = {
+        {.id = 1, .frame = {.x = -1280, .y = -100, .width = 1280, .height = 720}},
+        {.id = 2, .frame = {.x = 0, .y = 0, .width = 1920, .height = 1080}},
+    };
+    EXPECT_EQ(PortalPicture::partOf({3200, 1180}, screens, screens[1].frame), QRect(1280, 100, 1920, 1080));
+}
+
+TEST(PortalPicture, AFrameOutsideOfThePictureHasNoPart) {
+    const std::vector<capture::Display> screens = {{.id = 1, .frame = {.width = 100, .height = 100}}};
+    EXPECT_TRUE(PortalPicture::partOf({100, 100}, screens, {.x = 100, .width = 50, .height = 50}).isEmpty());
+    EXPECT_EQ(PortalPicture::partOf({100, 100}, screens, {.x = 90, .width = 50, .height = 50}), QRect(90, 0, 10, 50));
+    EXPECT_TRUE(PortalPicture::partOf({100, 100}, {}, {.width = 50, .height = 50}).isEmpty());
+    EXPECT_TRUE(PortalPicture::partOf({0, 0}, screens, {.width = 50, .height = 50}).isEmpty());
 }
 
 TEST(QtScreens, AScreenIsKnownByItsName) {

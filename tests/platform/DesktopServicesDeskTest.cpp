@@ -1,18 +1,25 @@
 #include "PrivateBus.h"
 #include "base/Handle.h"
 #include "base/MainScheduler.h"
+#include "copy/DesktopCopy.h"
 #include "fakes/ManualScheduler.h"
 #include "platform/linux/DesktopKeepAwake.h"
 #include "platform/linux/DesktopNotifications.h"
 #include "platform/linux/DesktopOpener.h"
 #include "platform/linux/DesktopShutdownWatch.h"
+#include "platform/linux/PortalScreens.h"
 #include "platform/linux/QtScreens.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
+#include <QFile>
 #include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
 #include <QScreen>
+#include <QTemporaryDir>
+#include <QUrl>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -189,6 +196,21 @@ TEST_F(DesktopServices, ASignalIsHeardOnTheListenersThreadUntilTheSubscriptionEn
     ASSERT_TRUE(settled());
     runEvents();
     EXPECT_EQ(heard.size(), 2U);
+}
+
+TEST_F(DesktopServices, ASubscriptionIsTakenAlongToANewBus) {
+    std::optional<PrivateBus> first(std::in_place, PrivateBus::Kind::Session);
+    int heard = 0;
+    const auto subscription = session->listen(
+        {.service = u"test.Service"_s, .path = u"/test"_s, .interface = u"test.Interface"_s, .name = u"Changed"_s},
+        [&](const QDBusMessage&) { ++heard; });
+    ASSERT_TRUE(settled());
+    first.reset();
+    MockService service(sessionBus, u"test.Service"_s,
+                        [](const QDBusMessage& call) { return call.createReply(u"pong"_s); });
+    ASSERT_TRUE(eventually([&] { return reply(*session, ping).type() == QDBusMessage::ReplyMessage; }));
+    service.signal(u"/test"_s, u"test.Interface"_s, u"Changed"_s, {});
+    EXPECT_TRUE(eventually([&] { return heard == 1; }));
 }
 
 TEST_F(DesktopServices, ANotificationCarriesItsTextsWithoutASound) {
@@ -446,6 +468,129 @@ TEST_F(DesktopServices, QtListsTheScreensOfTheDesk) {
     EXPECT_EQ(first.pixelWidth, listed.front()->geometry().width());
     EXPECT_EQ(content->mainDisplay, QtScreens::idOf(QGuiApplication::primaryScreen()->name()));
     EXPECT_TRUE(content->windows.empty());
+}
+
+namespace {
+
+/// A portal that answers with a picture of the desk whose right half is red, in a file of its own.
+class MockPortal {
+public:
+    explicit MockPortal(const PrivateBus& bus)
+        : service(bus, u"org.freedesktop.portal.Desktop"_s, [this](const QDBusMessage& call) { return shoot(call); }) {}
+
+    uint code = 0;
+    bool answers = true;
+    QTemporaryDir folder;
+    MockService service;
+
+    [[nodiscard]] QString file() const { return folder.filePath(u"Screenshot.png"_s); }
+
+    void answer(const QString& token) {
+        const QSize size = QGuiApplication::primaryScreen()->virtualSize();
+        QImage picture(size, QImage::Format_RGB32);
+        picture.fill(Qt::blue);
+        QPainter(&picture).fillRect(size.width() / 2, 0, size.width(), size.height(), Qt::red);
+        EXPECT_TRUE(picture.save(file()));
+        service.signal(u"/org/freedesktop/portal/desktop/request/1_7/"_s + token, u"org.freedesktop.portal.Request"_s,
+                       u"Response"_s, {code, QVariantMap{{u"uri"_s, QUrl::fromLocalFile(file()).toString()}}});
+    }
+
+    [[nodiscard]] QString lastToken() const {
+        return qdbus_cast<QVariantMap>(service.calls.back().arguments().value(1))[u"handle_token"_s].toString();
+    }
+
+private:
+    QDBusMessage shoot(const QDBusMessage& call) {
+        const auto options = qdbus_cast<QVariantMap>(call.arguments().value(1));
+        EXPECT_EQ(options[u"interactive"_s], false);
+        if (answers) {
+            answer(options[u"handle_token"_s].toString());
+        }
+        return call.createReply(QVariant::fromValue(QDBusObjectPath(u"/request"_s)));
+    }
+};
+
+} // namespace
+
+class PortalScreensTest : public DesktopServices {
+protected:
+    MockPortal portal{sessionBus};
+    PortalScreens screens{dispatch, *session};
+
+    std::expected<QImage, QString> picture(const QScreen& screen) {
+        const QRect place = screen.geometry();
+        const capture::Rect frame{.x = static_cast<double>(place.x()),
+                                  .y = static_cast<double>(place.y()),
+                                  .width = static_cast<double>(place.width()),
+                                  .height = static_cast<double>(place.height())};
+        auto answer = std::make_shared<std::promise<std::expected<QImage, QString>>>();
+        auto future = answer->get_future();
+        screens.picture({.id = 1, .frame = frame}, 192, 108, [answer](auto reply) { answer->set_value(reply); });
+        EXPECT_TRUE(eventually([&] { return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+        return future.get();
+    }
+};
+
+TEST_F(PortalScreensTest, APictureShowsItsScreenAloneAndItsFileIsDeleted) {
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const auto shown = picture(*screen);
+        ASSERT_TRUE(shown) << shown.error().toStdString();
+        EXPECT_EQ(shown->size(), QSize(192, 108));
+        EXPECT_EQ(shown->pixelColor(90, 50), screen->geometry().x() == 0 ? Qt::blue : Qt::red);
+        EXPECT_FALSE(QFile::exists(portal.file()));
+    }
+}
+
+TEST_F(PortalScreensTest, ANoOfTheUserIsAnErrorInWords) {
+    portal.code = 1;
+    EXPECT_EQ(picture(*QGuiApplication::primaryScreen()).error(), copy::DesktopCopy::current().pictureRefused);
+}
+
+TEST_F(PortalScreensTest, APortalThatRefusesTheCallIsAnErrorInWords) {
+    std::optional<PrivateBus> other(std::in_place, PrivateBus::Kind::Session);
+    DesktopBus elsewhere(DesktopBus::Kind::Session, dispatch, 30);
+    PortalScreens without(dispatch, elsewhere);
+    auto answer = std::make_shared<std::promise<QString>>();
+    auto future = answer->get_future();
+    without.picture({}, 10, 10, [answer](const auto& reply) { answer->set_value(reply.error()); });
+    ASSERT_TRUE(eventually([&] { return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    EXPECT_EQ(future.get(), copy::DesktopCopy::current().noWaylandPictures);
+}
+
+TEST_F(PortalScreensTest, APortalThatSaysNothingHasRefusedAfterTheLimit) {
+    portal.answers = false;
+    fakes::ManualDispatch manual;
+    PortalScreens waiting(manual, *session);
+    std::optional<QString> error;
+    waiting.picture({}, 10, 10, [&](const auto& reply) { error = reply.error(); });
+    manual.advance(PortalScreens::answerLimit - 0.01);
+    EXPECT_FALSE(error);
+    manual.advance(0.01);
+    EXPECT_EQ(error, copy::DesktopCopy::current().pictureRefused.toString());
+    ASSERT_TRUE(settled());
+}
+
+TEST_F(PortalScreensTest, AnAnswerThatNobodyWaitsForLeavesNoFile) {
+    ASSERT_TRUE(settled());
+    portal.answer(u"brieflet0123"_s);
+    EXPECT_TRUE(eventually([&] { return !QFile::exists(portal.file()); }));
+    portal.answer(u"other0123"_s);
+    ASSERT_TRUE(settled());
+    runEvents();
+    EXPECT_TRUE(QFile::exists(portal.file())) << "another program's is left alone";
+}
+
+TEST_F(PortalScreensTest, APictureThatCannotBeReadIsAnErrorInWords) {
+    portal.answers = false;
+    auto answer = std::make_shared<std::promise<QString>>();
+    auto future = answer->get_future();
+    screens.picture({}, 10, 10, [answer](const auto& reply) { answer->set_value(reply.error()); });
+    ASSERT_TRUE(eventually([&] { return !portal.service.calls.empty(); }));
+    ASSERT_TRUE(QFile(portal.file()).open(QIODevice::WriteOnly));
+    portal.service.signal(u"/request/"_s + portal.lastToken(), u"org.freedesktop.portal.Request"_s, u"Response"_s,
+                          {0U, QVariantMap{{u"uri"_s, QUrl::fromLocalFile(portal.file()).toString()}}});
+    ASSERT_TRUE(eventually([&] { return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    EXPECT_EQ(future.get(), copy::DesktopCopy::current().pictureUnreadable);
 }
 
 int main(int argc, char** argv) {

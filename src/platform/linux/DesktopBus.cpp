@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <utility>
+#include <vector>
 
 namespace platform::linux_desktop {
 
@@ -51,9 +52,10 @@ public:
         return bus.call(message, QDBus::Block, m_limitMilliseconds);
     }
 
-    void listen(const Signal& signal, QObject* receiver) {
-        connected().connect(signal.service, signal.path, signal.interface, signal.name, receiver,
-                            SLOT(received(QDBusMessage)));
+    void listen(const Signal& signal, const std::shared_ptr<BusSignalReceiver>& receiver) {
+        QDBusConnection bus = connected();
+        m_listening.emplace_back(signal, receiver);
+        connectTo(bus, signal, *receiver);
     }
 
 private:
@@ -66,7 +68,19 @@ private:
             end();
         }
         m_name = freshName();
-        return connectFresh(m_kind, m_name);
+        QDBusConnection fresh = connectFresh(m_kind, m_name);
+        std::erase_if(m_listening, [](const auto& listening) { return listening.second.expired(); });
+        for (const auto& [signal, listener] : m_listening) {
+            if (const auto receiver = listener.lock()) {
+                connectTo(fresh, signal, *receiver);
+            }
+        }
+        return fresh;
+    }
+
+    static void connectTo(QDBusConnection& bus, const Signal& signal, BusSignalReceiver& receiver) {
+        bus.connect(signal.service, signal.path, signal.interface, signal.name, &receiver,
+                    SLOT(received(QDBusMessage)));
     }
 
     void end() {
@@ -77,7 +91,8 @@ private:
 
     const Kind m_kind;
     const int m_limitMilliseconds;
-    QString m_name; ///< empty while there was none
+    QString m_name;                                                               ///< empty while there was none
+    std::vector<std::pair<Signal, std::weak_ptr<BusSignalReceiver>>> m_listening; ///< taken along to a new connection
 };
 
 DesktopBus::DesktopBus(Kind kind, base::Dispatch& dispatch, double replyLimitSeconds)
@@ -114,7 +129,7 @@ DesktopBus::Subscription DesktopBus::listen(const Signal& signal, Handler handle
     // thread that it lives in.
     const std::shared_ptr<BusSignalReceiver> receiver(new BusSignalReceiver(std::move(handler)),
                                                       [](BusSignalReceiver* ended) { ended->deleteLater(); });
-    afterwards([connection = m_connection, signal, receiver] { connection->listen(signal, receiver.get()); });
+    afterwards([connection = m_connection, signal, receiver] { connection->listen(signal, receiver); });
     return {receiver.get(), [receiver](QObject*) { receiver->mute(); }};
 }
 

@@ -46,7 +46,8 @@ public:
         QString name;
     };
 
-    /// Calls `handler` for as long as the subscription lives. A signal sent while no bus is reached is not heard.
+    /// Calls `handler` for as long as the subscription lives. After a bus was lost signals are heard again once a call
+    /// has reached the new one.
     using Subscription = std::shared_ptr<QObject>;
     [[nodiscard]] Subscription listen(const Signal& signal, Handler handler);
 

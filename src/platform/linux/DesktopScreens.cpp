@@ -1,6 +1,7 @@
 #include "platform/linux/DesktopScreens.h"
 
 #include "copy/DesktopCopy.h"
+#include "platform/linux/PortalScreens.h"
 #include "platform/linux/QtScreens.h"
 #include "platform/linux/X11Screens.h"
 
@@ -17,17 +18,16 @@ SessionKind sessionKind() {
     return qEnvironmentVariableIsEmpty("DISPLAY") ? SessionKind::None : SessionKind::X11;
 }
 
-std::unique_ptr<capture::ScreenSource> makeScreens(SessionKind kind, base::Dispatch& dispatch) {
-    const copy::DesktopCopy& words = copy::DesktopCopy::current();
+std::unique_ptr<capture::ScreenSource> makeScreens(SessionKind kind, base::Dispatch& dispatch, DesktopBus& session) {
     switch (kind) {
     case SessionKind::X11:
         return std::make_unique<X11Screens>(dispatch);
     case SessionKind::Wayland:
-        return std::make_unique<QtScreens>(dispatch.main(), words.noWaylandPictures);
+        return std::make_unique<PortalScreens>(dispatch, session);
     case SessionKind::None:
         break;
     }
-    return std::make_unique<QtScreens>(dispatch.main(), words.noScreenCapture);
+    return std::make_unique<QtScreens>(dispatch.main(), copy::DesktopCopy::current().noScreenCapture);
 }
 
 } // namespace platform::linux_desktop

@@ -3,6 +3,7 @@
 
 #include "base/Dispatch.h"
 #include "capture/ScreenSource.h"
+#include "platform/linux/DesktopBus.h"
 
 #include <memory>
 
@@ -17,7 +18,8 @@ enum class SessionKind {
 /// From $WAYLAND_DISPLAY, $XDG_SESSION_TYPE and $DISPLAY.
 [[nodiscard]] SessionKind sessionKind();
 
-/// `dispatch` outlives what is returned.
-[[nodiscard]] std::unique_ptr<capture::ScreenSource> makeScreens(SessionKind kind, base::Dispatch& dispatch);
+/// Call it on the main thread. `dispatch` and `session` outlive what is returned.
+[[nodiscard]] std::unique_ptr<capture::ScreenSource> makeScreens(SessionKind kind, base::Dispatch& dispatch,
+                                                                 DesktopBus& session);
 
 } // namespace platform::linux_desktop
