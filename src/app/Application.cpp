@@ -5,10 +5,13 @@
 #include "base/HostClock.h"
 #include "base/MainScheduler.h"
 #include "base/WallClock.h"
+#include "capture/AudioTrackWriter.h"
+#include "copy/DesktopCopy.h"
 #include "copy/Strings.h"
 #include "entry/AppDelegate.h"
 #include "entry/CaptureRoles.h"
 #include "entry/InstanceChannel.h"
+#include "entry/RecoveryReport.h"
 #include "entry/StoreFiles.h"
 #include "platform/linux/DesktopBus.h"
 #include "platform/linux/DesktopKeepAwake.h"
@@ -26,6 +29,7 @@
 #include "store/AppPaths.h"
 #include "store/MeetingLibrary.h"
 #include "store/RecordingLock.h"
+#include "store/Recovery.h"
 #include "store/Retention.h"
 #include "ui/PlainWindow.h"
 
@@ -52,6 +56,10 @@ desktop::LinuxPermissions::SoundServer askSoundServer(desktop::PulseLoop& loop) 
         return Answers;
     }
     return deadline.passed() ? Silent : Refuses;
+}
+
+bool isLive(const std::filesystem::path& folder) {
+    return store::RecordingLock::isLive(folder);
 }
 
 /// Ends the process without waiting for anybody. What has to be saved is on the disk by now, and a thread that hangs in
@@ -89,11 +97,12 @@ struct Application::Parts {
     desktop::DesktopOpener opener{sessionBus, main};
     desktop::DesktopShutdownWatch shutdownWatch{systemBus};
     desktop::TrayItem tray;
-    desktop::LinuxPermissions permissions{dispatch,
-                                          opener,
-                                          {.soundServer = [loop = soundLoop] { return askSoundServer(*loop); },
-                                           .hasDesktop = [] { return desktop::hasDesktop(); },
-                                           .explain = [](const QString&) {}}};
+    desktop::LinuxPermissions permissions{
+        dispatch,
+        opener,
+        {.soundServer = [loop = soundLoop] { return askSoundServer(*loop); },
+         .hasDesktop = [] { return desktop::hasDesktop(); },
+         .explain = [this](const QString&) { notifier.post(copy::DesktopCopy::current().lookInSettings); }}};
 
     entry::CaptureRoles roles{{dispatch, hostClock, input, systemAudio, *screens}};
     entry::StoreFiles files;
@@ -108,6 +117,14 @@ entry::AppSeams Application::Parts::seams() {
     entry::AppSeams seams;
     seams.recovery.clearStaleLock = [] { store::RecordingLock::clearStale(); };
     seams.recovery.recordingElsewhere = [] { return store::RecordingLock::recordingElsewhere(); };
+    seams.recovery.pending = [] { return store::Recovery::pending(store::AppPaths::meetings(), isLive); };
+    seams.recovery.run = [this] {
+        const auto meetings = store::AppPaths::meetings();
+        const auto outcomes =
+            store::Recovery::run(meetings, isLive, capture::AudioTrackWriter::convertToM4A, wallClock);
+        store::Retention::prune(meetings, wallClock.now());
+        return entry::recoveryLines(outcomes);
+    };
     seams.makeWindow = [] { return std::make_unique<ui::PlainWindow>(); };
     seams.moveToTrash = [this](const auto& folder) { return store::AppPaths::trashItem(folder, wallClock.now()); };
     seams.prune = [this] { store::Retention::prune(store::AppPaths::meetings(), wallClock.now()); };

@@ -3,7 +3,10 @@
 #include <QStringList>
 #include <QTextBoundaryFinder>
 
+#include <array>
+#include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace base::Text {
 
@@ -79,7 +82,10 @@ bool equalIgnoringCase(QStringView left, QStringView right) {
 }
 
 QString oneDecimal(double value) {
-    QString text = QString::number(value, 'f', 1);
+    // Not QString::number, which rounds ties away from zero where printf takes the even digit.
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 8> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1).ptr;
+    const QString text = QString::fromLatin1(digits.data(), end - digits.begin());
     return text == "-0.0"_L1 ? u"0.0"_s : text;
 }
 

@@ -13,6 +13,7 @@ constinit const DesktopCopy DesktopCopy::zh{
     .noMonitor = u"這個喇叭沒有監聽來源",
     .noSoundServer = u"連不上音效伺服器",
     .soundServerSilent = u"音效伺服器沒有回應",
+    .lookInSettings = u"這裡沒有能直接打開的設定，請到桌面的設定裡找隱私或音效",
     .stillRecording = u"視窗關了，Brieflet 還在錄音",
     .savesBeforeShutdown = u"關機前把錄音存好",
 };
@@ -28,6 +29,7 @@ constinit const DesktopCopy DesktopCopy::en{
     .noMonitor = u"The loudspeaker has no monitor source",
     .noSoundServer = u"The sound server can't be reached",
     .soundServerSilent = u"The sound server does not answer",
+    .lookInSettings = u"No settings page can be opened here. Look for privacy or sound in the settings of your desktop",
     .stillRecording = u"The window is closed, Brieflet is still recording",
     .savesBeforeShutdown = u"Saves the recording before the computer goes down",
 };
@@ -42,10 +44,15 @@ const DesktopCopy& DesktopCopy::current() {
 
 std::vector<CopyField> DesktopCopy::fields() const {
     return {
-        {u"noDisplayServer", noDisplayServer},     {u"noScreenCapture", noScreenCapture},
-        {u"noWaylandPictures", noWaylandPictures}, {u"noMonitor", noMonitor},
-        {u"noSoundServer", noSoundServer},         {u"soundServerSilent", soundServerSilent},
-        {u"stillRecording", stillRecording},       {u"savesBeforeShutdown", savesBeforeShutdown},
+        {u"noDisplayServer", noDisplayServer},
+        {u"noScreenCapture", noScreenCapture},
+        {u"noWaylandPictures", noWaylandPictures},
+        {u"noMonitor", noMonitor},
+        {u"noSoundServer", noSoundServer},
+        {u"soundServerSilent", soundServerSilent},
+        {u"lookInSettings", lookInSettings},
+        {u"stillRecording", stillRecording},
+        {u"savesBeforeShutdown", savesBeforeShutdown},
     };
 }
 

@@ -29,6 +29,7 @@ struct DesktopCopy {
     FixedText soundServerSilent; ///< connected, but an answer is overdue
 
     // Window
+    FixedText lookInSettings; ///< where this desktop has no settings page that could be opened
     FixedText stillRecording; ///< after the window was closed while a recording runs
 
     // Shutdown

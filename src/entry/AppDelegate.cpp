@@ -3,6 +3,7 @@
 #include "base/Environment.h"
 #include "base/Files.h"
 #include "capture/LevelMeter.h"
+#include "copy/DesktopCopy.h"
 #include "copy/Strings.h"
 #include "entry/StatusItemPrefs.h"
 #include "store/AppPaths.h"
@@ -348,6 +349,7 @@ void AppDelegate::makeMainWindow() {
         .onStop = weakly([](AppDelegate& self) { self.stopRecording(); }),
         .onShot = weakly([](AppDelegate& self) { self.takeShot(); }),
         .onNotice = weakly([](AppDelegate& self) { self.openNotice(); }),
+        .onClosed = weakly([](AppDelegate& self) { self.windowClosed(); }),
         .onQuit = weakly([](AppDelegate& self) { self.m_seams.quit(); }),
         .keepPending =
             [self = weak_from_this()](const std::filesystem::path& folder) {
@@ -363,6 +365,12 @@ void AppDelegate::showMainWindow() {
     makeMainWindow();
     if (m_mainWindow) {
         m_mainWindow->show();
+    }
+}
+
+void AppDelegate::windowClosed() {
+    if (m_state == RecorderState::Recording) {
+        m_services.notifier.post(copy::DesktopCopy::current().stillRecording); // a desktop without a tray shows no sign
     }
 }
 
@@ -419,10 +427,9 @@ void AppDelegate::act(MenuAction action) {
     }
 }
 
-std::set<QString> AppDelegate::busyFolders() const {
-    std::set<QString> folders = m_pendingFolders;
-    folders.insert(m_recoveringFolders.begin(), m_recoveringFolders.end());
-    return folders;
+store::MeetingLibrary::FolderSet AppDelegate::busyFolders() const {
+    auto folders = m_pendingFolders;
+    return folders.unite(m_recoveringFolders);
 }
 
 } // namespace entry

@@ -17,6 +17,7 @@
 #include "entry/StatusItem.h"
 #include "entry/StatusMenu.h"
 #include "practice/PracticeKeepFlow.h"
+#include "store/MeetingLibrary.h"
 #include "ui/Notice.h"
 #include "ui/Permissions.h"
 #include "ui/RecorderWindow.h"
@@ -29,7 +30,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <vector>
 
 namespace entry {
@@ -91,7 +91,7 @@ public:
     void rebuildMenu();
     void pushWindowState();
     [[nodiscard]] std::optional<QString> windowNotice() const;
-    [[nodiscard]] std::set<QString> busyFolders() const; ///< what the library leaves out
+    [[nodiscard]] store::MeetingLibrary::FolderSet busyFolders() const; ///< what the library leaves out
     [[nodiscard]] QString menuBarIconLine() const;
 
     [[nodiscard]] RecorderState state() const { return m_state; }
@@ -112,9 +112,9 @@ public:
 
     [[nodiscard]] const std::optional<QString>& lastSaved() const { return m_lastSaved; }
 
-    [[nodiscard]] const std::set<QString>& pendingFolders() const { return m_pendingFolders; }
+    [[nodiscard]] const store::MeetingLibrary::FolderSet& pendingFolders() const { return m_pendingFolders; }
 
-    [[nodiscard]] const std::set<QString>& recoveringFolders() const { return m_recoveringFolders; }
+    [[nodiscard]] const store::MeetingLibrary::FolderSet& recoveringFolders() const { return m_recoveringFolders; }
 
     [[nodiscard]] const std::vector<double>& micLevels() const { return m_micLevels; }
 
@@ -167,6 +167,7 @@ private:
     [[nodiscard]] QString micMeterTitle() const;
     [[nodiscard]] QString systemMeterTitle() const;
     void makeMainWindow();
+    void windowClosed();
     void act(MenuAction action);
 
     /// A callback that does nothing once the controller has gone: `call` gets the controller first.
@@ -198,8 +199,8 @@ private:
     std::vector<double> m_micLevels;
     std::vector<double> m_systemLevels;
     std::unique_ptr<ui::RecorderWindow> m_mainWindow;
-    std::set<QString> m_pendingFolders;    ///< standardized; between began and the finished form
-    std::set<QString> m_recoveringFolders; ///< standardized
+    store::MeetingLibrary::FolderSet m_pendingFolders;    ///< standardized; between began and the finished form
+    store::MeetingLibrary::FolderSet m_recoveringFolders; ///< standardized
     bool m_poweringOff = false;
     bool m_terminating = false; ///< a quit was answered "later" and is owed its end
     std::optional<double> m_convertingSeconds;

@@ -73,7 +73,7 @@ void AppDelegate::finishForm(const store::StoppedSession& stopped,
     const QString note = answers ? base::Text::trimmed(answers->note) : QString();
     m_services.notifier.post(Strings::notifySaved(note.isEmpty() ? *m_lastSaved : note));
     --m_openForms;
-    m_pendingFolders.erase(base::standardizedText(stopped.folder)); // the name that began() put in
+    m_pendingFolders.remove(base::standardizedText(stopped.folder)); // the name that began() put in
     updateButton();
     rebuildMenu();
     if (m_mainWindow) {
@@ -91,7 +91,7 @@ void AppDelegate::finishPractice(const store::StoppedSession& stopped) {
     const fs::path folder = store::MeetingArchive::finalize(
         stopped, store::MeetingAnswers(), weakly([](AppDelegate& self, const QString& text) { self.addWarning(text); }),
         m_services.recording.wallClock.timeZone());
-    m_pendingFolders.erase(base::standardizedText(folder));
+    m_pendingFolders.remove(base::standardizedText(folder));
     if (m_terminating) {
         if (!m_seams.ai.busy()) {
             endQuit();
@@ -135,7 +135,7 @@ void AppDelegate::finishWhileTerminating(const store::StoppedSession& stopped) {
         stopped, std::nullopt,
         [](const QString& text) { base::printLine(QString(u"warning: "_s + text)); }, // nobody is left to see it
         m_services.recording.wallClock.timeZone());
-    m_pendingFolders.erase(base::standardizedText(stopped.folder));
+    m_pendingFolders.remove(base::standardizedText(stopped.folder));
     if (!m_seams.ai.busy()) {
         endQuit();
     }

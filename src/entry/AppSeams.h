@@ -6,6 +6,7 @@
 #include "base/Files.h"
 #include "entry/RecordingSession.h"
 #include "store/MeetingAnswers.h"
+#include "store/MeetingLibrary.h"
 #include "store/StoppedSession.h"
 #include "ui/RecorderWindow.h"
 
@@ -17,7 +18,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 
 namespace entry {
 
@@ -44,7 +44,7 @@ struct RecoverySeam {
     std::function<void()> clearStaleLock = [] {};
     std::function<bool()> recordingElsewhere = [] { return false; };
     /// Standardized paths of the folders that `run` will work on. Quick.
-    std::function<std::set<QString>()> pending = [] { return std::set<QString>(); };
+    std::function<store::MeetingLibrary::FolderSet()> pending = [] { return store::MeetingLibrary::FolderSet(); };
     /// Heals, prunes what has expired, and gives the lines to print. Slow; called in the background.
     std::function<QStringList()> run = [] { return QStringList(); };
 };

@@ -2,10 +2,13 @@
 
 #include "base/Files.h"
 #include "base/Output.h"
+#include "base/Text.h"
 #include "store/MeetingAnswers.h"
 #include "store/MeetingArchive.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <utility>
 
 namespace selftest {
@@ -17,8 +20,11 @@ namespace {
 
 const QString testNote = u"auto test 自動測試"_s;
 
-QString twoDecimals(double value) {
-    return QString::number(value, 'f', 2);
+/// "%.2f" of the C locale.
+QString twoDecimals(double seconds) {
+    std::array<char, 64> text{};
+    const auto end = std::to_chars(text.begin(), text.end(), seconds, std::chars_format::fixed, 2).ptr;
+    return QString::fromLatin1(text.data(), end - text.begin());
 }
 
 void printFailure(const QString& what) {
@@ -55,7 +61,7 @@ void AutoTest::run(const std::shared_ptr<entry::AppDelegate>& app, std::function
 }
 
 void AutoTest::began(entry::RecordingSession& session) {
-    const QString seconds = QString::number(m_clock.now() - m_launched, 'f', 1);
+    const QString seconds = base::Text::oneDecimal(m_clock.now() - m_launched);
     base::printLine(QString(u"recording started "_s + seconds + u" s after launch"_s));
     const auto weak = session.weak_from_this();
     m_main.after(m_options.seconds * micRestartPart, [weak] {

@@ -9,6 +9,8 @@
 namespace ui {
 
 class LevelBar final : public QWidget {
+    Q_OBJECT
+
 public:
     LevelBar(const QString& name, const QColor& colour);
 

@@ -215,6 +215,7 @@ void PlainWindow::closeEvent(QCloseEvent* event) {
         m_handlers.onKeepAnswer(practice::KeepEvent::WindowClosed);
     }
     QWidget::closeEvent(event);
+    m_handlers.onClosed();
 }
 
 void PlainWindow::commitEdits() {}

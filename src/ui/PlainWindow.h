@@ -17,6 +17,8 @@ namespace ui {
 class LevelBar;
 
 class PlainWindow final : public QWidget, public RecorderWindow {
+    Q_OBJECT
+
 public:
     PlainWindow();
     ~PlainWindow() override;

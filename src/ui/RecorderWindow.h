@@ -24,6 +24,7 @@ public:
         std::function<void()> onStop;
         std::function<void()> onShot;
         std::function<void()> onNotice; ///< the notice was clicked
+        std::function<void()> onClosed; ///< the user closed the window
         std::function<void()> onQuit;
         /// Whether the question of this take is open.
         std::function<bool(const std::filesystem::path& folder)> keepPending;

@@ -43,6 +43,13 @@ TEST(TextTest, OneDecimalIsTheSameInEveryLocale) {
     QLocale::setDefault(QLocale::c());
 }
 
+TEST(TextTest, OneDecimalOfATieIsTheEvenDigitAsPrintfHasIt) {
+    EXPECT_EQ(Text::oneDecimal(0.25), u"0.2"_s);
+    EXPECT_EQ(Text::oneDecimal(0.75), u"0.8"_s);
+    EXPECT_EQ(Text::oneDecimal(-1.25), u"-1.2"_s);
+    EXPECT_EQ(Text::oneDecimal(1e300).size(), 303);
+}
+
 TEST(TextTest, TenthsAreRoundedAwayFromZero) {
     EXPECT_EQ(Text::roundedToTenth(0.25), 0.3);
     EXPECT_EQ(Text::roundedToTenth(-0.25), -0.3);

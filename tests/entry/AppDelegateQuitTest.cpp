@@ -368,7 +368,7 @@ TEST_F(AppDelegateQuitTest, RecoveryHidesItsFoldersUntilItHasEndedAndPrintsWhatI
                               order.emplace_back("elsewhere");
                               return false;
                           },
-                      .pending = [] { return std::set<QString>{u"/m/a"_s}; },
+                      .pending = [] { return store::MeetingLibrary::FolderSet{u"/m/a"_s}; },
                       .run =
                           [&] {
                               order.emplace_back("run");
@@ -386,8 +386,20 @@ TEST_F(AppDelegateQuitTest, RecoveryHidesItsFoldersUntilItHasEndedAndPrintsWhatI
     EXPECT_THAT(order, ElementsAre("clear", "elsewhere", "run", "resume"));
 }
 
+TEST_F(AppDelegateQuitTest, ASelfTestResumesNoAIWork) {
+    make(AppDelegate::Mode::SelfTest);
+    app->didFinishLaunching();
+    dispatch.runDue();
+    EXPECT_FALSE(app->recovering());
+    EXPECT_EQ(resumes, 0);
+    make();
+    app->didFinishLaunching();
+    dispatch.runDue();
+    EXPECT_EQ(resumes, 1);
+}
+
 TEST_F(AppDelegateQuitTest, BusyFoldersAreThoseOfRecoveryAndOfTheRecording) {
-    seams.recovery.pending = [] { return std::set<QString>{u"/m/a"_s}; };
+    seams.recovery.pending = [] { return store::MeetingLibrary::FolderSet{u"/m/a"_s}; };
     make();
     dispatch.holdBackground = true;
     app->didFinishLaunching();

@@ -4,6 +4,7 @@
 #include "capture/HealthCheck.h"
 #include "capture/LevelMeter.h"
 #include "capture/MicCapture.h"
+#include "copy/DesktopCopy.h"
 #include "copy/Strings.h"
 
 namespace entry {
@@ -507,6 +508,17 @@ TEST_F(AppDelegateTest, OpenLatestOpensTheNewestMeetingElseThemAll) {
     launch();
     app->openLatest();
     EXPECT_EQ(opener.folders.back(), "/somewhere/newest");
+}
+
+TEST_F(AppDelegateTest, ClosingTheWindowKeepsTheRecordingAndSaysSo) {
+    launch();
+    window->handlers.onClosed();
+    EXPECT_THAT(posted(), IsEmpty());
+    begin();
+    notifications.added.clear();
+    window->handlers.onClosed();
+    EXPECT_EQ(app->state(), RecorderState::Recording);
+    EXPECT_THAT(posted(), ElementsAre(copy::DesktopCopy::current().stillRecording.toString()));
 }
 
 TEST_F(AppDelegateTest, TheWindowIsMadeOnceAndKept) {

@@ -66,14 +66,14 @@ protected:
         app->showMainWindow();
     }
 
-    void make() {
+    void make(AppDelegate::Mode mode = AppDelegate::Mode::Ordinary) {
         app = AppDelegate::create({.recording = {dispatch, dispatch.clock, wallClock, screens, roles, files, keepAwake},
                                    .defaults = defaults,
                                    .permissions = permissions,
                                    .notifier = notifier,
                                    .opener = opener,
                                    .statusItem = statusItem},
-                                  seams);
+                                  seams, mode);
     }
 
     void begin(bool practice = false) {
