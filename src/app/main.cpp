@@ -10,6 +10,7 @@
 
 #include <QApplication>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -38,6 +39,7 @@ void printError(const QString& text) {
 
 int main(int argc, char* argv[]) {
     ::umask(077); // whatever is written, also by libraries and children, is for this user alone
+    std::signal(SIGXFSZ, SIG_IGN); // a track that may not grow any more is a failed write, not the end of the recording
     QStringList arguments;
     for (int index = 1; index < argc; ++index) {
         arguments.append(QString::fromLocal8Bit(argv[index]));

@@ -88,7 +88,8 @@ protected:
     /// What stands in the file behind its header.
     [[nodiscard]] std::vector<std::int16_t> track() const {
         std::vector<std::int16_t> samples((disk.bytes.size() - media::CafFile::headerBytes) / 2);
-        std::memcpy(samples.data(), disk.bytes.data() + media::CafFile::headerBytes, samples.size() * 2);
+        std::ranges::copy(std::span(disk.bytes).subspan(media::CafFile::headerBytes, samples.size() * 2),
+                          std::as_writable_bytes(std::span(samples)).begin());
         return samples;
     }
 
