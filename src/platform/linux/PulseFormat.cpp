@@ -37,7 +37,7 @@ std::optional<capture::AudioFormat> deliverable(const pa_sample_spec& device) {
                                 .channels = device.channels};
 }
 
-pa_sample_spec specification(const capture::AudioFormat& format) {
+pa_sample_spec toSampleSpec(const capture::AudioFormat& format) {
     const auto samples = [&] {
         switch (format.sampleType) {
         case capture::SampleType::Int16:

@@ -97,7 +97,7 @@ std::expected<std::unique_ptr<capture::AudioInput::Stream>, CaptureError> PulseI
     auto stream = std::make_unique<PulseInputStream>(m_loop, std::move(*connection), *format, std::move(handlers),
                                                      static_cast<const PulseInputStream*>(replaced));
     const PulseRecording::Target target{
-        .source = (*source)->name, .format = PulseFormat::specification(*format), .channels = (*source)->channels};
+        .source = (*source)->name, .format = PulseFormat::toSampleSpec(*format), .channels = (*source)->channels};
     if (auto error = stream->record(**source, target, deadline)) {
         return std::unexpected(std::move(*error));
     }

@@ -47,7 +47,7 @@ public:
         }
         auto opened = PulseRecording::open(
             m_connection,
-            {.source = (*source)->name, .format = PulseFormat::specification(m_format), .channels = std::nullopt},
+            {.source = (*source)->name, .format = PulseFormat::toSampleSpec(m_format), .channels = std::nullopt},
             m_feed, std::move(onEnded), deadline);
         if (!opened) {
             return std::move(opened.error());
