@@ -307,8 +307,28 @@ void RecordingSession::meterTick() {
 }
 
 void RecordingSession::healthTick() {
-    const auto mic = m_micTrack->health();
-    const auto system = m_systemRunning ? std::optional(m_systemTrack->health()) : std::nullopt;
+    if (m_healthAsked) {
+        return; // a track that is stuck in the disk answers late, and to one question at a time
+    }
+    m_healthAsked = true;
+    auto& main = m_services.dispatch.main();
+    const auto system = m_systemRunning ? m_systemTrack : nullptr;
+    m_services.dispatch.background(base::Priority::Default, [self = weak_from_this(), mic = m_micTrack, system, &main] {
+        const auto micNow = mic->health();
+        const auto systemNow = system ? std::optional(system->health()) : std::nullopt;
+        main.post([self, micNow, systemNow] {
+            if (const auto session = self.lock()) {
+                session->judgeHealth(micNow, systemNow);
+            }
+        });
+    });
+}
+
+void RecordingSession::judgeHealth(const capture::TrackHealth& mic, const std::optional<capture::TrackHealth>& system) {
+    m_healthAsked = false;
+    if (!m_healthTimer) {
+        return; // the recording has been stopped meanwhile
+    }
     const auto micWindow = capture::HealthCheck::window(mic, m_previousMic);
     const auto systemWindow =
         system ? std::optional(capture::HealthCheck::window(*system, m_previousSystem)) : std::nullopt;

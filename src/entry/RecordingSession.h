@@ -119,6 +119,7 @@ private:
     void shotTick();
     void meterTick();
     void healthTick();
+    void judgeHealth(const capture::TrackHealth& mic, const std::optional<capture::TrackHealth>& system);
     void warn(const QString& text);
 
     [[nodiscard]] std::optional<QString> mode() const;
@@ -145,9 +146,10 @@ private:
     std::unique_ptr<KeepAwake::Token> m_activity;
     bool m_systemRunning = false;
     bool m_autoShots = false;
-    bool m_autoShotsEverOn = false; ///< this, not the final state, goes into meta.json
-    QStringList m_startupWarnings;  ///< from before anyone could listen
-    std::set<QString> m_activeHealth;
+    bool m_autoShotsEverOn = false;   ///< this, not the final state, goes into meta.json
+    QStringList m_startupWarnings;    ///< from before anyone could listen
+    std::set<QString> m_activeHealth; ///< reported at the last health tick
+    bool m_healthAsked = false;
     std::optional<capture::TrackHealth> m_previousMic;
     std::optional<capture::TrackHealth> m_previousSystem;
 };

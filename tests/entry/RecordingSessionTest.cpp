@@ -14,9 +14,13 @@
 #include "store/AppPaths.h"
 #include "store/MeetingArchive.h"
 #include "store/RecordingLock.h"
+#include "store/Recovery.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
 
 namespace entry {
 namespace {
@@ -489,6 +493,30 @@ TEST_F(RecordingSessionTest, HealthLooksAtThePeriodAndNotAtTheWhole) {
     EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent));
 }
 
+TEST_F(RecordingSessionTest, ATrackThatIsStuckInTheDiskHoldsNeitherTheMainThreadNorMoreThanOneQuestion) {
+    start();
+    dispatch.holdBackground = true;
+    const int tasks = dispatch.backgroundTasks;
+    dispatch.advance(3 * capture::HealthCheck::interval);
+    EXPECT_EQ(dispatch.backgroundTasks, tasks + 1);
+    EXPECT_THAT(warnings, IsEmpty());
+    dispatch.releaseBackground();
+    dispatch.runDue();
+    EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent, Strings::warnSystemSilent));
+    dispatch.advance(capture::HealthCheck::interval);
+    EXPECT_EQ(dispatch.backgroundTasks, tasks + 2);
+}
+
+TEST_F(RecordingSessionTest, AnAnswerAboutHealthThatComesAfterTheStopIsNotJudged) {
+    start();
+    dispatch.holdBackground = true;
+    dispatch.advance(capture::HealthCheck::interval);
+    session->stop({}, [](const auto&) {});
+    dispatch.releaseBackground();
+    dispatch.runDue();
+    EXPECT_THAT(warnings, IsEmpty());
+}
+
 TEST_F(RecordingSessionTest, ATrackThatDoesNotRunIsNotJudged) {
     request.screenCapture = false;
     start();
@@ -668,25 +696,89 @@ TEST_F(RecordingSessionTest, TheLockStandsUntilTheLastConversionHasEnded) {
     EXPECT_FALSE(fs::exists(store::RecordingLock::url()));
 }
 
-// What every moment of the stop must leave behind, were the process killed there: the sound of each track, as CAF or as
-// m4a, and a record that either ends or is plainly interrupted.
-TEST_F(RecordingSessionTest, EveryMomentOfTheStopLeavesAFolderThatCanBeHealed) {
+// ---- Cut off at any moment
+
+/// Kills the recording before each of its steps in turn: what the disk holds then is copied aside and healed there.
+class RecordingCutOffTest : public RecordingSessionTest {
+protected:
+    /// The data root as it is at this moment, healed as the next launch would heal it.
+    fs::path healed(const std::string& step) {
+        const fs::path copy = snapshots / std::to_string(cuts.size());
+        cuts.push_back(step);
+        fs::copy(home.path, copy, fs::copy_options::recursive);
+        const auto nobodyLives = [](const fs::path&) { return false; };
+        const auto convert = [](const fs::path& caf,
+                                const fs::path& m4a) -> std::expected<double, store::ConvertFailure> {
+            fs::copy_file(caf, m4a, fs::copy_options::overwrite_existing);
+            return 1.0;
+        };
+        for (const auto& outcome : store::Recovery::run(copy / "Meetings", nobodyLives, convert, wallClock)) {
+            EXPECT_TRUE(outcome.failures.isEmpty()) << outcome.failures.join(u'|').toStdString();
+        }
+        // With every track converted there is nothing left to heal, and the name stays.
+        const fs::path untouched = copy / "Meetings" / "2025_03_07_0930";
+        return fs::exists(untouched) ? untouched : copy / "Meetings" / fs::path(u8"2025_03_07_0930_未命名");
+    }
+
+    static void expectTrack(const fs::path& folder, const std::string& name) {
+        EXPECT_FALSE(fs::exists(folder / (name + ".caf"))) << name;
+        std::ifstream file(folder / (name + ".m4a"));
+        const std::string sound((std::istreambuf_iterator<char>(file)), {});
+        EXPECT_EQ(sound, "frames of " + name);
+    }
+
+    fakes::TemporaryFolder snapshotFolder;
+    fs::path snapshots = snapshotFolder.path;
+    std::vector<std::string> cuts;
+};
+
+TEST_F(RecordingCutOffTest, EveryMomentOfTheStopLeavesBothTracksAndAnEnd) {
     start();
     const auto before = log.steps.size();
-    std::vector<std::string> looked;
     log.onStep = [&](const std::string& step) {
-        SCOPED_TRACE("before " + step);
-        looked.push_back(step);
-        EXPECT_TRUE(fs::exists(folder() / "mic.caf") || fs::exists(folder() / "mic.m4a"));
-        EXPECT_TRUE(fs::exists(folder() / "system.caf") || fs::exists(folder() / "system.m4a"));
-        ASSERT_TRUE(store::MeetingArchive::readMeta(folder()).has_value());
-        const bool hasCaf = fs::exists(folder() / "mic.caf") || fs::exists(folder() / "system.caf");
-        EXPECT_TRUE(hasCaf || meta().end.has_value());
-        EXPECT_TRUE(fs::exists(store::RecordingLock::url()));
+        SCOPED_TRACE("cut off before " + step);
+        const fs::path folder = healed(step);
+        expectTrack(folder, "mic");
+        expectTrack(folder, "system");
+        const auto record = store::MeetingArchive::readMeta(folder);
+        ASSERT_TRUE(record);
+        EXPECT_TRUE(record->end.has_value());
     };
     stop();
-    EXPECT_EQ(looked, stepsSince(before));
-    EXPECT_EQ(looked.size(), 13U);
+    EXPECT_EQ(cuts, stepsSince(before));
+    EXPECT_EQ(cuts.size(), 13U);
+}
+
+TEST_F(RecordingCutOffTest, EveryMomentOfAStopWhoseConversionsFailKeepsTheSound) {
+    roles.conversionErrors["mic.caf"] = u"bad"_s;
+    files.durableErrors["system.m4a"] = u"disk gone"_s;
+    start();
+    log.onStep = [&](const std::string& step) {
+        SCOPED_TRACE("cut off before " + step);
+        const fs::path folder = healed(step);
+        expectTrack(folder, "mic");
+        expectTrack(folder, "system");
+    };
+    stop();
+    SCOPED_TRACE("after the stop");
+    log.onStep = {};
+    expectTrack(healed("the end"), "mic");
+}
+
+TEST_F(RecordingCutOffTest, EveryMomentOfTheStartLeavesWhatCanBeHealedAndNoTrackIsLost) {
+    log.onStep = [&](const std::string& step) {
+        SCOPED_TRACE("cut off before " + step);
+        const fs::path folder = healed(step);
+        for (const auto& [label, track] : roles.tracks) {
+            expectTrack(folder, label);
+        }
+        if (!roles.tracks.empty()) {
+            EXPECT_TRUE(store::MeetingArchive::readMeta(folder)->end.has_value());
+        }
+    };
+    start();
+    EXPECT_EQ(cuts, log.steps);
+    EXPECT_EQ(cuts.size(), 7U);
 }
 
 } // namespace
