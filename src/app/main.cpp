@@ -38,7 +38,7 @@ void printError(const QString& text) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    ::umask(077); // whatever is written, also by libraries and children, is for this user alone
+    ::umask(077);                  // whatever is written, also by libraries and children, is for this user alone
     std::signal(SIGXFSZ, SIG_IGN); // a track that may not grow any more is a failed write, not the end of the recording
     QStringList arguments;
     for (int index = 1; index < argc; ++index) {
