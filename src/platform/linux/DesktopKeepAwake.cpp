@@ -72,18 +72,21 @@ public:
     [[nodiscard]] DesktopBus& session() const { return m_session; }
 
     void settle(Grant grant) {
-        const std::scoped_lock lock(m_mutex);
-        if (m_released) {
-            giveBack(m_session, grant);
-        } else {
+        std::unique_lock lock(m_mutex);
+        if (!m_released) {
             m_grant = std::move(grant);
+            return;
         }
+        lock.unlock();
+        giveBack(m_session, grant);
     }
 
     void release() {
-        const std::scoped_lock lock(m_mutex);
+        std::unique_lock lock(m_mutex);
         m_released = true;
-        giveBack(m_session, std::exchange(m_grant, {}));
+        const Grant grant = std::exchange(m_grant, {});
+        lock.unlock();
+        giveBack(m_session, grant);
     }
 
 private:
