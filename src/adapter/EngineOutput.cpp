@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -77,9 +78,10 @@ std::optional<Word> wordFrom(const QByteArray& line) {
     bool isProbability = false;
     Word word{QString::fromUtf8(fields[0]), fields[1].toDouble(&isStart), fields[2].toDouble(&isEnd)};
     static_cast<void>(fields[3].toDouble(&isProbability));
-    if (!isStart || !isEnd || !isProbability) {
+    if (!isStart || !isEnd || !isProbability || !std::isfinite(word.start) || !std::isfinite(word.end)) {
         return std::nullopt;
     }
+    word.end = std::max(word.start, word.end);
     // "read(2)" is "read" in its second pronunciation.
     if (const auto bracket = word.text.indexOf(u'('); bracket > 0) {
         word.text.truncate(bracket);
@@ -129,7 +131,7 @@ ai::WhisperOutput fromSphinx(QByteArrayView bytes) {
             word->end - segments.back().start > longestSegment) {
             segments.push_back({word->start, word->end, u' ' + word->text, 0.0});
         } else {
-            segments.back().end = word->end;
+            segments.back().end = std::max(segments.back().end, word->end);
             segments.back().text += u' ' + word->text;
         }
         begins = false;

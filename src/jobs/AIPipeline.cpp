@@ -1,8 +1,10 @@
 #include "jobs/AIPipeline.h"
 
+#include "ai/SummaryStep.h"
 #include "ai/TranscribeStep.h"
 #include "base/Files.h"
 #include "base/Text.h"
+#include "practice/CoachStep.h"
 
 #include <algorithm>
 #include <iterator>
@@ -62,6 +64,12 @@ bool isUndone(const store::MeetingRecord& record) {
 }
 
 } // namespace
+
+Steps Steps::real() {
+    return {.transcribe = ai::AIPipeline::transcribe,
+            .summarize = ai::AIPipeline::summarize,
+            .coach = practice::AIPipeline::coach};
+}
 
 std::filesystem::path aiOutputURL(const store::MeetingRecord& record) {
     return record.practice ? record.coachURL() : record.summaryURL();

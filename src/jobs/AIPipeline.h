@@ -36,6 +36,8 @@ struct Steps {
     Step transcribe;
     Step summarize; ///< of a meeting
     Step coach;     ///< of a practice take
+
+    [[nodiscard]] static Steps real();
 };
 
 struct Hooks {

@@ -134,7 +134,7 @@ void AIQueue::startOnWorker(const AIRequest& request) {
         .timed =
             [this, onMain, folder = request.folder](AIStep step, double seconds) {
                 onMain([this, folder, step, seconds] {
-                    m_parts.estimates.learn(step, store::MeetingLibrary::record(folder), seconds);
+                    m_parts.estimator.record(step, store::MeetingLibrary::record(folder), seconds);
                 });
             },
         .progress = [this, onMain, request](
@@ -171,7 +171,7 @@ void AIQueue::stepChanged() {
     }
     m_stepStarted = m_parts.clock.now();
     if (const auto step = stepOf(*m_step)) {
-        m_stepEstimate = m_parts.estimates.expected(*step, store::MeetingLibrary::record(m_running->folder));
+        m_stepEstimate = m_parts.estimator.estimate(*step, store::MeetingLibrary::record(m_running->folder));
     }
 }
 

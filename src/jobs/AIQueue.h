@@ -12,6 +12,7 @@
 #include "base/Dispatch.h"
 #include "base/HostClock.h"
 #include "base/WallClock.h"
+#include "jobs/AIEstimator.h"
 #include "jobs/AIPipeline.h"
 
 #include <QString>
@@ -32,18 +33,12 @@ public:
     /// Why the machine is kept awake.
     static inline const QString activityReason = QStringLiteral("Tarvex transcript and summary");
 
-    /// How long steps take, as far as earlier ones tell.
-    struct Estimates {
-        std::function<std::optional<double>(ai::AIStep step, const store::MeetingRecord& record)> expected;
-        std::function<void(ai::AIStep step, const store::MeetingRecord& record, double seconds)> learn;
-    };
-
     struct Parts {
         base::Dispatch& dispatch; ///< must outlive the queue
         const base::HostClock& clock;
         const base::WallClock& wallClock;
         AIPipeline::Steps steps;
-        Estimates estimates;
+        AIEstimator estimator;
         /// Keeps the machine awake for as long as the token lives.
         std::function<std::shared_ptr<void>(const QString& reason)> beginActivity;
         ai::StepContext::Discard discard;

@@ -71,3 +71,8 @@ TEST(EngineOutputTest, SphinxThatHeardNothingWroteNothing) {
     EXPECT_EQ(EngineOutput::fromSphinx(""), (WhisperOutput{u"en"_s, {}}));
     EXPECT_EQ(EngineOutput::fromSphinx("INFO: this is\nno word at all\na b c d\n1 2\n").segments, Segments{});
 }
+
+TEST(EngineOutputTest, TimesThatRunBackwardsOrAreNoneAreKeptOutOfSphinxsSegments) {
+    EXPECT_EQ(EngineOutput::fromSphinx("a 5.0 4.0 1\nb 3.0 3.5 1\nc nan 6 1\nd 6 inf 1\n").segments,
+              (Segments{{5, 5, u" a b"_s, 0}}));
+}

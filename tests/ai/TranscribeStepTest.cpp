@@ -3,6 +3,7 @@
 #include "StepFolder.h"
 #include "ai/MeetingContent.h"
 #include "copy/Strings.h"
+#include "fakes/SmallDisk.h"
 #include "store/MeetingLibrary.h"
 
 #include <gmock/gmock.h>
@@ -301,4 +302,26 @@ TEST_F(TranscribeStepTest, OnlyATranscriptWithASegmentCounts) {
     EXPECT_FALSE(needs(ifMissing));
     EXPECT_TRUE(AIPipeline::hasTranscript(store::MeetingLibrary::record(folder)));
     EXPECT_TRUE(needs(ai::AIRequest::Transcribe::Always));
+}
+
+TEST_F(TranscribeStepTest, AFullDiskKeepsTheEarlierTranscriptAndLeavesNoHalfOne) {
+    bothTracks();
+    write("transcript.json", "an earlier one");
+    QByteArray mic;
+    QByteArray system;
+    for (int i = 0; i < 40;
+         ++i) { // by turns, so that nothing is merged and the transcript is larger than what it came from
+        mic += (i > 0 ? "," : "") + QByteArray("{\"start\": %1, \"end\": %2, \"text\": \"me\"}")
+                                        .replace("%1", QByteArray::number(20 * i))
+                                        .replace("%2", QByteArray::number(20 * i + 5));
+        system += (i > 0 ? "," : "") + QByteArray("{\"start\": %1, \"end\": %2, \"text\": \"they\"}")
+                                           .replace("%1", QByteArray::number(20 * i + 10))
+                                           .replace("%2", QByteArray::number(20 * i + 15));
+    }
+    write("meta.json", R"({"start": "2025-03-07T09:00:00+08:00", "duration": 1000})");
+    fake.planWhisper("{\"mic\": {\"segments\": [" + mic + "]}, \"system\": {\"segments\": [" + system + "]}}");
+    const fakes::SmallDisk disk(5000);
+    EXPECT_EQ(failure(), Strings::mainSaveFailed(base::fileError(EFBIG).text));
+    EXPECT_EQ(read("transcript.json"), "an earlier one");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 4) << "nothing half done is left";
 }

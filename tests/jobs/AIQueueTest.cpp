@@ -32,9 +32,12 @@ protected:
             .clock = dispatch.clock,
             .wallClock = wallClock,
             .steps = {.transcribe = step("transcribe"), .summarize = step("summarize"), .coach = step("coach")},
-            .estimates = {.expected = [this](AIStep which, const store::MeetingRecord&) { return estimate(which); },
-                          .learn = [this](AIStep which, const store::MeetingRecord& record,
-                                          double seconds) { learned.emplace_back(which, record.practice, seconds); }},
+            .estimator = jobs::AIEstimator(
+                [this](const QString& key) {
+                    const auto found = stored.find(key);
+                    return found == stored.end() ? std::nullopt : std::optional(found->second);
+                },
+                [this](const QString& key, const base::Json& value) { stored.insert_or_assign(key, value); }),
             .beginActivity =
                 [this](const QString& reason) {
                     reasons.push_back(reason);
@@ -87,9 +90,9 @@ protected:
         return [=] { return ai::StepResult(std::unexpected(AIFailure{step, message})); };
     }
 
-    std::optional<double> estimate(AIStep which) const {
-        const auto found = estimates.find(which);
-        return found == estimates.end() ? std::nullopt : std::optional(found->second);
+    QByteArray storedText(const QString& key) const {
+        const auto found = stored.find(key);
+        return found == stored.end() ? QByteArray() : base::writeCompactJson(found->second);
     }
 
     struct SeenContext {
@@ -104,10 +107,9 @@ protected:
     std::vector<std::string> ran;
     std::vector<std::string> changes;
     std::vector<std::pair<AIRequest, std::optional<AIFailure>>> finished;
-    std::vector<std::tuple<AIStep, bool, double>> learned;
+    std::map<QString, base::Json> stored;
     std::vector<QString> reasons;
     std::map<std::string, std::function<ai::StepResult()>> outcome;
-    std::map<AIStep, double> estimates;
     std::function<void()> during;
     std::function<void()> whenFinished;
     SeenContext lastContext;
@@ -160,8 +162,8 @@ TEST_F(AIQueueTest, APracticeTakeGetsAdvice) {
     queue->enqueue(manual("a"));
     dispatch.runDue();
     EXPECT_THAT(ran, ElementsAre("transcribe a", "coach a"));
-    EXPECT_THAT(learned,
-                ElementsAre(std::tuple(AIStep::Transcribe, true, 3.0), std::tuple(AIStep::Summarize, true, 3.0)));
+    EXPECT_EQ(storedText(u"aiEstimateCoach"_s), "[3]");
+    EXPECT_EQ(storedText(u"aiEstimateSummary"_s), "");
 }
 
 TEST_F(AIQueueTest, EveryChangeOfStatusIsTold) {
@@ -382,26 +384,33 @@ TEST_F(AIQueueTest, ARequestFromOnFinishedRunsNext) {
 }
 
 TEST_F(AIQueueTest, TheTimesOfStepsThatSucceededAreLearned) {
+    write(meeting("a") / "meta.json", R"({"duration": 10})");
+    write(meeting("a") / "mic.m4a", "sound");
     outcome["summarize"] = fails(AIStep::Summarize, u"why"_s);
     queue->enqueue(manual("a"));
     dispatch.runDue();
-    EXPECT_THAT(learned, ElementsAre(std::tuple(AIStep::Transcribe, false, 3.0)));
+    EXPECT_EQ(storedText(u"aiEstimateTranscribe"_s), "[[10,3]]");
+    EXPECT_EQ(storedText(u"aiEstimateSummary"_s), "");
+    outcome.clear();
+    queue->enqueue(manual("a"));
+    dispatch.runDue();
+    EXPECT_EQ(storedText(u"aiEstimateSummary"_s), "[3]");
 }
 
 TEST_F(AIQueueTest, WhatRemainsIsTheEstimateWithoutTheTimeSinceTheStepBegan) {
-    estimates = {{AIStep::Transcribe, 100.0}, {AIStep::Summarize, 30.0}};
+    stored[u"aiEstimateSummary"_s] = base::Json(base::Json::Array{base::Json::integer(25)});
     const double begun = dispatch.clock.now();
     queue->enqueue(manual("a"));
-    EXPECT_EQ(queue->remaining(meeting("a"), begun), 100.0);
-    EXPECT_EQ(queue->remaining(meeting("a"), begun + 40.0), 60.0);
-    EXPECT_EQ(queue->remaining(meeting("a"), begun + 101.0), -1.0) << "longer than estimated";
+    EXPECT_EQ(queue->remaining(meeting("a"), begun), 30.0);
+    EXPECT_EQ(queue->remaining(meeting("a"), begun + 20.0), 10.0);
+    EXPECT_EQ(queue->remaining(meeting("a"), begun + 31.0), -1.0) << "longer than estimated";
     EXPECT_EQ(queue->remaining(meeting("b"), begun), std::nullopt);
     dispatch.runDue();
     EXPECT_EQ(queue->remaining(meeting("a"), begun), std::nullopt);
 }
 
 TEST_F(AIQueueTest, TheSecondStepHasAnEstimateAndABeginningOfItsOwn) {
-    estimates = {{AIStep::Transcribe, 100.0}, {AIStep::Summarize, 30.0}};
+    stored[u"aiEstimateSummary"_s] = base::Json(base::Json::Array{base::Json::integer(25)});
     std::optional<double> atTheSecond;
     queue->onChange = [&](const Path& folder) {
         if (queue->status(folder) == AIStatus::summarizing()) {
@@ -410,16 +419,10 @@ TEST_F(AIQueueTest, TheSecondStepHasAnEstimateAndABeginningOfItsOwn) {
     };
     queue->enqueue(manual("a"));
     dispatch.runDue();
-    EXPECT_EQ(atTheSecond, 20.0);
-}
-
-TEST_F(AIQueueTest, WithoutAnEstimateNothingIsSaidToRemain) {
-    queue->enqueue(manual("a"));
-    EXPECT_EQ(queue->remaining(meeting("a"), dispatch.clock.now()), std::nullopt);
+    EXPECT_EQ(atTheSecond, 15.0);
 }
 
 TEST_F(AIQueueTest, ASecondMessageOfTheSameStepDoesNotBeginItAnew) {
-    estimates = {{AIStep::Transcribe, 100.0}};
     const double begun = dispatch.clock.now();
     std::optional<double> remaining;
     queue->onChange = [&](const Path& folder) {
@@ -430,14 +433,13 @@ TEST_F(AIQueueTest, ASecondMessageOfTheSameStepDoesNotBeginItAnew) {
     queue->enqueue(manual("a"));
     dispatch.clock.set(begun + 5.0);
     dispatch.runDue();
-    EXPECT_EQ(remaining, 100.0);
+    EXPECT_EQ(remaining, 30.0);
 }
 
 TEST_F(AIQueueTest, AWallClockThatJumpsChangesNoEstimate) {
-    estimates = {{AIStep::Transcribe, 100.0}};
     queue->enqueue(manual("a"));
     wallClock.time = wallClock.time.addDays(-400);
-    EXPECT_EQ(queue->remaining(meeting("a"), dispatch.clock.now() + 1.0), 99.0);
+    EXPECT_EQ(queue->remaining(meeting("a"), dispatch.clock.now() + 1.0), 29.0);
 }
 
 TEST_F(AIQueueTest, AFolderThatIsGoneWhenItsJobStartsFailsByItself) {
@@ -454,7 +456,7 @@ TEST_F(AIQueueTest, LettingGoOfTheQueueMakesWhatComesBackHarmless) {
     queue.reset();
     dispatch.runDue();
     EXPECT_THAT(finished, IsEmpty());
-    EXPECT_THAT(learned, IsEmpty());
+    EXPECT_TRUE(stored.empty());
     EXPECT_EQ(activitiesEnded, 1);
 }
 
