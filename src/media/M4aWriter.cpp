@@ -54,6 +54,8 @@ std::expected<void, Error> M4aWriter::State::openContainer() {
         return result(code < 0 ? code : AVERROR(ENOMEM));
     }
     container->pb = file->context();
+    container->flush_packets =
+        0; // half a file can't be read anyway, so packets are gathered and not written one by one
     container->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_BITEXACT; // the same sound gives the same bytes
     return {};
 }
