@@ -3,6 +3,7 @@
 #include "ai/ProcessRunner.h"
 #include "base/Files.h"
 #include "base/Json.h"
+#include "fakes/ScopedVariable.h"
 #include "fakes/TemporaryFolder.h"
 #include "media/CafFile.h"
 
@@ -11,7 +12,11 @@
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
+#include <future>
 #include <numbers>
+#include <sys/stat.h>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using adapter::Request;
@@ -207,6 +212,39 @@ TEST_F(TranscriptionTest, TheProgramEndsWithTwoForAWrongCommandLineAndWithOneFor
         runner.run({.executable = ADAPTER_PROGRAM, .arguments = {"/nonexistent.m4a"}, .timeout = plenty});
     EXPECT_EQ(missing->status, 1);
     EXPECT_TRUE(missing->standardError.startsWith("brieflet-whisper: "));
+}
+
+TEST_F(TranscriptionTest, TheEngineEndsWithTheProgram) {
+    track({1});
+    const Path home = folder / "home";
+    std::filesystem::create_directories(home / ".local/bin");
+    std::filesystem::create_directories(home / ".local/share/whisper.cpp");
+    ASSERT_TRUE(base::replaceFile(home / ".local/share/whisper.cpp/ggml-tiny.bin", "x"));
+    const Path ready = folder / "ready";
+    ASSERT_EQ(::mkfifo(ready.c_str(), 0600), 0);
+    const auto engine = script("engine", "trap '' TERM\necho $$ > " + ready.native() + "\nexec sleep 1000\n");
+    std::filesystem::rename(engine, home / ".local/bin/whisper-cli");
+    const fakes::ScopedVariable homeVariable("HOME", home.native());
+    const fakes::ScopedVariable engineVariable("BRIEFLET_WHISPER_ENGINE", "whisper-cli");
+    ai::ProcessRunner runner;
+    auto running = std::async(std::launch::async, [&] {
+        return runner.run({.executable = ADAPTER_PROGRAM,
+                           .arguments = {request.audio.native(), "--output-dir", request.outputDir.native()},
+                           .timeout = plenty});
+    });
+    pid_t pid = 0;
+    std::ifstream(ready) >> pid;
+    ASSERT_GT(pid, 0);
+    runner.cancel();
+    EXPECT_TRUE(running.get()->cancelled);
+    const auto lives = [pid] {
+        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+        const std::string stat((std::istreambuf_iterator<char>(file)), {});
+        return !stat.empty() && stat.substr(stat.rfind(')')).find(" Z ") == std::string::npos;
+    };
+    while (lives()) { // the system may take a moment to carry it out
+        std::this_thread::yield();
+    }
 }
 
 /// The one engine that a bare machine can have, from a voice to words on the right place of the time line.

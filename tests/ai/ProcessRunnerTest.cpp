@@ -201,6 +201,24 @@ TEST_F(ProcessRunnerTest, OnlyTheThreeStreamsAreInherited) {
     EXPECT_EQ(output.standardOutput, "0 1 2 3 ") << "3 is the folder that ls itself reads";
 }
 
+TEST_F(ProcessRunnerTest, AProgramStartedWithoutStandardStreamsRunsItsChildrenAllTheSame) {
+    const pid_t program = ::fork();
+    if (program == 0) {
+        ::close(STDIN_FILENO);
+        ::close(STDOUT_FILENO);
+        ::close(STDERR_FILENO);
+        ProcessRunner runner;
+        auto invocation = shell("cat; echo err >&2");
+        invocation.standardInput = "in";
+        const auto output = runner.run(invocation);
+        const bool good = output && output->standardOutput == "in" && output->standardError == "err\n";
+        ::_exit(good ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(program, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(ProcessRunnerTest, TheChildHasTheSignalsOfAFreshProgram) {
     const auto output = ran(shell("grep -E 'Sig(Blk|Ign)' /proc/self/status"));
     EXPECT_EQ(output.standardOutput, "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
