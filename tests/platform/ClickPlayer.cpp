@@ -5,14 +5,14 @@
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
-#include <cmath>
+#include <chrono>
 #include <cstdint>
+#include <thread>
 
 namespace platform::linux_desktop {
 
 namespace {
 
-constexpr auto beatFrames = static_cast<std::int64_t>(ClickPlayer::rate * ClickPlayer::beatSeconds);
 constexpr auto clickFrames = static_cast<std::int64_t>(ClickPlayer::rate * ClickPlayer::clickSeconds);
 constexpr std::int16_t loud = 24000;
 
@@ -24,6 +24,7 @@ struct ClickPlayer::State {
     pa_context* context = nullptr;
     pa_stream* stream = nullptr;
     std::string sink;
+    std::int64_t beatFrames = 0;
     std::int64_t frames = 0;     ///< handed over
     std::vector<double> origins; ///< where frame 0 lies by each word of the server
 
@@ -69,10 +70,11 @@ struct ClickPlayer::State {
     }
 };
 
-ClickPlayer::ClickPlayer(const std::string& sink, bool asOtherProgram) : m_state(std::make_unique<State>()) {
+ClickPlayer::ClickPlayer(const std::string& sink, Who who, double beatSeconds) : m_state(std::make_unique<State>()) {
     m_state->sink = sink;
+    m_state->beatFrames = static_cast<std::int64_t>(rate * beatSeconds);
     auto* const properties = pa_proplist_new();
-    if (asOtherProgram) {
+    if (who == Who::OtherProgram) {
         pa_proplist_sets(properties, PA_PROP_APPLICATION_PROCESS_ID, "1");
     }
     m_state->context =
@@ -82,6 +84,9 @@ ClickPlayer::ClickPlayer(const std::string& sink, bool asOtherProgram) : m_state
         m_state->context, [](pa_context*, void* self) { static_cast<State*>(self)->connected(); }, m_state.get());
     pa_context_connect(m_state->context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
     pa_threaded_mainloop_start(m_state->loop);
+    while (!playing()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 }
 
 ClickPlayer::~ClickPlayer() {
@@ -97,26 +102,26 @@ ClickPlayer::~ClickPlayer() {
 
 bool ClickPlayer::playing() const {
     pa_threaded_mainloop_lock(m_state->loop);
-    const bool playing = m_state->frames > 2 * beatFrames;
+    const bool playing = m_state->frames > static_cast<std::int64_t>(rate);
     pa_threaded_mainloop_unlock(m_state->loop);
     return playing;
 }
 
-std::vector<double> ClickPlayer::clicks() const {
+Clicks ClickPlayer::clicks() const {
     pa_threaded_mainloop_lock(m_state->loop);
     auto origins = m_state->origins;
     const auto frames = m_state->frames;
     pa_threaded_mainloop_unlock(m_state->loop);
-    std::vector<double> moments;
+    Clicks clicks{.moments = {}, .beatSeconds = static_cast<double>(m_state->beatFrames) / rate};
     if (origins.empty()) {
-        return moments;
+        return clicks;
     }
     const auto middle = origins.begin() + static_cast<std::ptrdiff_t>(origins.size() / 2);
     std::nth_element(origins.begin(), middle, origins.end());
-    for (std::int64_t frame = 0; frame < frames; frame += beatFrames) {
-        moments.push_back(*middle + static_cast<double>(frame) / rate);
+    for (std::int64_t frame = 0; frame < frames; frame += m_state->beatFrames) {
+        clicks.moments.push_back(*middle + static_cast<double>(frame) / rate);
     }
-    return moments;
+    return clicks;
 }
 
 } // namespace platform::linux_desktop

@@ -1,7 +1,6 @@
 #include "platform/TrackListener.h"
 
 #include "capture/AudioTrackWriter.h"
-#include "platform/ClickPlayer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,18 +61,17 @@ std::vector<double> clicksIn(const std::filesystem::path& track) {
     return clicks;
 }
 
-Offsets compare(const std::vector<double>& found, const std::vector<double>& heard, double startSeconds,
-                double fromSeconds, double untilSeconds) {
+Offsets compare(const std::vector<double>& found, const Clicks& clicks, double start, double from, double until) {
     Offsets offsets;
-    for (const double moment : heard) {
-        if (moment < fromSeconds || moment > untilSeconds) {
+    for (const double moment : clicks.moments) {
+        if (moment < from || moment > until) {
             continue;
         }
         ++offsets.expected;
-        const double place = moment - startSeconds;
+        const double place = moment - start;
         const auto nearest =
             std::ranges::min_element(found, {}, [place](double click) { return std::abs(click - place); });
-        if (nearest != found.end() && std::abs(*nearest - place) < ClickPlayer::beatSeconds / 2) {
+        if (nearest != found.end() && std::abs(*nearest - place) < clicks.beatSeconds / 2) {
             offsets.seconds.push_back(*nearest - place);
         }
     }

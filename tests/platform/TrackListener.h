@@ -1,8 +1,9 @@
 // Finds clicks in a track of a recording and compares them with the moments at which they were heard.
 #pragma once
 
+#include "platform/ClickPlayer.h"
+
 #include <filesystem>
-#include <optional>
 #include <vector>
 
 namespace platform::linux_desktop::TrackListener {
@@ -12,14 +13,17 @@ struct Offsets {
     std::vector<double> seconds; ///< of each expected click that was found, in order
     std::size_t expected = 0;
 
+    [[nodiscard]] bool allFound() const { return seconds.size() == expected; }
+
     [[nodiscard]] double median() const; ///< 0 when there is none
     [[nodiscard]] double worst() const;  ///< the largest, by amount
 };
 
 /// Where clicks begin in a 16-bit mono CAF. Seconds from its first frame.
 [[nodiscard]] std::vector<double> clicksIn(const std::filesystem::path& track);
-/// Compares with the moments of `heard` that lie within the track; `startSeconds` is the moment of its first frame.
-[[nodiscard]] Offsets compare(const std::vector<double>& found, const std::vector<double>& heard, double startSeconds,
-                              double fromSeconds, double untilSeconds);
+/// Compares with those of `clicks` that were heard between two moments; `start` is the moment of the track's first
+/// frame.
+[[nodiscard]] Offsets compare(const std::vector<double>& found, const Clicks& clicks, double start, double from,
+                              double until);
 
 } // namespace platform::linux_desktop::TrackListener

@@ -25,7 +25,7 @@ bool report(const QString& track, const TrackListener::Offsets& offsets) {
                         .arg(offsets.seconds.size())
                         .arg(offsets.expected)
                         .arg(milliseconds(offsets.median()), milliseconds(offsets.worst())));
-    return offsets.seconds.size() == offsets.expected;
+    return offsets.allFound();
 }
 
 } // namespace
@@ -34,9 +34,6 @@ int main(int count, char** arguments) {
     const double seconds = count > 1 ? std::atof(arguments[1]) : 10;
     const ClickPlayer room("room");
     const ClickPlayer speakers("speakers");
-    while (!room.playing() || !speakers.playing()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
     Recorder recorder;
     if (const auto failure = recorder.start()) {
         base::printLine(*failure);

@@ -25,7 +25,7 @@ public:
         : m_loop(std::move(loop))
         , m_connection(std::move(connection))
         , m_handlers(std::move(handlers))
-        , m_feed(format, m_handlers.onBlock)
+        , m_feed(format, neverAheadOfNow(m_handlers.onBlock))
         , m_replaced(replaced ? replaced->m_delivered : nullptr) {}
 
     ~PulseInputStream() override {

@@ -2,84 +2,14 @@
 
 #include "base/SerialQueue.h"
 #include "copy/DesktopCopy.h"
-#include "platform/linux/PulseConnection.h"
-#include "platform/linux/PulseFormat.h"
-#include "platform/linux/PulseRecording.h"
-#include "platform/linux/SoundFeed.h"
+#include "platform/linux/PulseMonitor.h"
+#include "platform/linux/PulseOwnSound.h"
 
 #include <utility>
 
 namespace platform::linux_desktop {
 
 namespace {
-
-/// The monitor of one output, and the blocks that come from it.
-class Monitor {
-public:
-    Monitor(PulseConnection& connection, std::string sink, const capture::AudioFormat& format,
-            SoundFeed::OnBlock onBlock)
-        : m_connection(connection)
-        , m_sink(std::move(sink))
-        , m_format(format)
-        , m_feed(format, std::move(onBlock)) {}
-
-    ~Monitor() {
-        const PulseLoop::Lock lock(m_connection.loop());
-        m_feed.finish();
-        m_recording.reset();
-    }
-
-    /// Nullopt, or why not. Never takes a microphone in the place of the monitor.
-    [[nodiscard]] std::optional<QString> open(std::function<void(QString)> onEnded, Deadline deadline) {
-        const auto sink = m_connection.sink(m_sink, deadline);
-        if (!sink) {
-            return sink.error();
-        }
-        if (!*sink || (*sink)->monitor.empty()) {
-            return noMonitor();
-        }
-        const auto source = m_connection.source((*sink)->monitor, deadline);
-        if (!source) {
-            return source.error();
-        }
-        if (!*source || !(*source)->playsBack) {
-            return noMonitor();
-        }
-        auto opened = PulseRecording::open(
-            m_connection,
-            {.source = (*source)->name, .format = PulseFormat::toSampleSpec(m_format), .channels = std::nullopt},
-            m_feed, std::move(onEnded), deadline);
-        if (!opened) {
-            return std::move(opened.error());
-        }
-        m_recording = std::move(*opened);
-        return m_recording->device() == (*source)->name ? std::nullopt : std::optional(noMonitor());
-    }
-
-    void start(std::optional<double> deliveredUntil) {
-        const PulseLoop::Lock lock(m_connection.loop());
-        m_feed.start(deliveredUntil);
-    }
-
-    [[nodiscard]] const std::string& sink() const noexcept { return m_sink; }
-
-    /// Delivers the last, and says where that ends.
-    [[nodiscard]] std::optional<double> finish() {
-        const PulseLoop::Lock lock(m_connection.loop());
-        m_recording.reset();
-        m_feed.finish();
-        return m_feed.deliveredUntil();
-    }
-
-private:
-    [[nodiscard]] static QString noMonitor() { return copy::DesktopCopy::current().noMonitor; }
-
-    PulseConnection& m_connection;
-    std::string m_sink;
-    capture::AudioFormat m_format;
-    SoundFeed m_feed;
-    std::unique_ptr<PulseRecording> m_recording;
-};
 
 /// A stream's work. Lives on its queue, and beyond the stream until its last task there has ended.
 class Work final : public std::enable_shared_from_this<Work> {
@@ -92,7 +22,14 @@ public:
         , m_format{.sampleType = capture::SampleType::Int16,
                    .sampleRate = settings.sampleRate,
                    .channels = settings.channelCount}
-        , m_handlers(std::move(handlers)) {}
+        , m_excludesOwn(settings.excludesCurrentProcessAudio)
+        , m_handlers(std::move(handlers))
+        , m_ownSound(*m_loop, m_format, neverAheadOfNow([this](const capture::AudioBlock& block) { deliver(block); }),
+                     [this] { checkSoon(); }) {
+        if (!m_excludesOwn) {
+            m_ownSound.passAll();
+        }
+    }
 
     void start(Stream::StartReply reply) {
         m_queue->post([self = shared_from_this(), reply = std::move(reply)] { self->begin(reply); });
@@ -147,10 +84,12 @@ private:
         }
         m_connection = std::move(*opened);
         const auto listening = m_connection->listen(
-            PA_SUBSCRIPTION_MASK_SERVER,
-            [weak = weak_from_this()](pa_subscription_event_type_t, std::uint32_t) {
+            m_excludesOwn
+                ? static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SINK_INPUT)
+                : PA_SUBSCRIPTION_MASK_SERVER,
+            [weak = weak_from_this()](pa_subscription_event_type_t kind, std::uint32_t) {
                 if (const auto self = weak.lock()) {
-                    self->m_queue->post([self] { self->followDefault(); });
+                    self->heard(kind);
                 }
             },
             [weak = weak_from_this()](const QString& reason) {
@@ -165,6 +104,37 @@ private:
         return openDefault(deadline);
     }
 
+    /// On the loop's thread.
+    void heard(pa_subscription_event_type_t kind) {
+        if ((kind & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) == PA_SUBSCRIPTION_EVENT_SERVER) {
+            m_queue->post([self = shared_from_this()] { self->followDefault(); });
+            return;
+        }
+        // Sound of a new input comes after this word, so nothing of ours has passed yet.
+        if ((kind & PA_SUBSCRIPTION_EVENT_TYPE_MASK) != PA_SUBSCRIPTION_EVENT_REMOVE) {
+            m_ownSound.changed();
+        }
+        checkSoon();
+    }
+
+    /// On the loop's thread.
+    void checkSoon() {
+        m_queue->post([self = shared_from_this()] { self->checkInputs(); });
+    }
+
+    void checkInputs() {
+        if (!m_monitor || !m_excludesOwn) {
+            return;
+        }
+        if (m_ownSound.check(*m_connection, m_monitor->sink(), Deadline(PulseSystemAudio::answerLimit))) {
+            m_queue->after(OwnSoundFilter::tapDelay, [weak = weak_from_this()] {
+                if (const auto self = weak.lock()) {
+                    self->checkInputs();
+                }
+            });
+        }
+    }
+
     /// Moves to the output that is the default now; stays where that is the one already.
     [[nodiscard]] std::optional<QString> openDefault(Deadline deadline) {
         const auto defaults = m_connection->defaults(deadline);
@@ -172,12 +142,21 @@ private:
             return defaults.error();
         }
         // While a server changes its default, some name it by its alias.
-        if (m_monitor && (defaults->sink.starts_with('@') || defaults->sink == m_monitor->sink())) {
+        if (m_monitor && (defaults->sink.starts_with('@') || defaults->sink == m_monitor->sink().name)) {
             return std::nullopt;
         }
-        auto monitor = std::make_unique<Monitor>(*m_connection, defaults->sink, m_format,
-                                                 [this](const capture::AudioBlock& block) { deliver(block); });
+        auto sink = m_connection->sink(defaults->sink, deadline);
+        if (!sink) {
+            return std::move(sink.error());
+        }
+        if (!*sink || (*sink)->monitor.empty()) {
+            return copy::DesktopCopy::current().noMonitor;
+        }
+        auto monitor =
+            std::make_unique<PulseMonitor>(*m_connection, std::move(**sink), m_format,
+                                           [this](const capture::AudioBlock& block) { m_ownSound.monitor(block); });
         auto failure = monitor->open(
+            std::nullopt,
             [weak = weak_from_this(), number = ++m_opened](const QString& reason) {
                 if (const auto self = weak.lock()) {
                     self->m_queue->post([self, number, reason] { self->monitorEnded(number, reason); });
@@ -187,12 +166,22 @@ private:
         if (failure) {
             return failure;
         }
-        // The old one has run until here; what both have heard is delivered once.
+        replaceMonitor(std::move(monitor));
+        return std::nullopt;
+    }
+
+    /// The old one has run until here; what both have heard is delivered once.
+    void replaceMonitor(std::unique_ptr<PulseMonitor> monitor) {
         const auto deliveredUntil = m_monitor ? m_monitor->finish() : m_deliveredUntil;
+        m_ownSound.drop();
         m_monitor = std::move(monitor);
         m_monitorNumber = m_opened;
+        if (m_excludesOwn) {
+            const PulseLoop::Lock lock(*m_loop);
+            m_ownSound.changed();
+        }
         m_monitor->start(deliveredUntil);
-        return std::nullopt;
+        checkInputs();
     }
 
     void followDefault() {
@@ -238,6 +227,7 @@ private:
     void close() {
         m_closed = true;
         m_monitor.reset();
+        m_ownSound.finish();
         m_connection.reset();
     }
 
@@ -250,11 +240,12 @@ private:
 
     std::shared_ptr<PulseLoop> m_loop;
     const capture::AudioFormat m_format;
+    const bool m_excludesOwn;
     std::shared_ptr<base::SerialQueue> m_queue = std::make_shared<base::SerialQueue>("com.orvane.tarvex.system.source");
 
     // The state of the queue.
     std::unique_ptr<PulseConnection> m_connection;
-    std::unique_ptr<Monitor> m_monitor;
+    std::unique_ptr<PulseMonitor> m_monitor;
     int m_opened = 0;
     int m_monitorNumber = 0;
     std::optional<double> m_deliveredUntil;
@@ -263,6 +254,8 @@ private:
     // Touched with the loop's lock held.
     capture::SystemAudioSource::Handlers m_handlers;
     bool m_silent = false;
+
+    PulseOwnSound m_ownSound; // calls out, so it comes last
 };
 
 class PulseSystemAudioStream final : public capture::SystemAudioSource::Stream {

@@ -1,9 +1,17 @@
 #include "platform/linux/SoundFeed.h"
 
+#include "base/HostClock.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace platform::linux_desktop {
+
+SoundFeed::OnBlock neverAheadOfNow(SoundFeed::OnBlock onBlock) {
+    return [onBlock = std::move(onBlock)](const capture::AudioBlock& block) {
+        onBlock({block.format, block.data, std::min(block.stampSeconds, base::MonotonicClock().now())});
+    };
+}
 
 SoundFeed::SoundFeed(capture::AudioFormat format, OnBlock onBlock)
     : m_format(format)
@@ -19,7 +27,6 @@ double SoundFeed::seconds(std::size_t bytes) const noexcept {
 }
 
 void SoundFeed::arrived(double now, std::span<const std::byte> samples, std::int64_t frames) {
-    m_now = now;
     const auto firstFrame = m_clock.frames();
     const auto bytes = static_cast<std::size_t>(frames) * frameBytes();
     m_clock.arrived(now, frames);
@@ -38,7 +45,6 @@ void SoundFeed::arrived(double now, std::span<const std::byte> samples, std::int
 }
 
 void SoundFeed::told(double now, double latency) {
-    m_now = now;
     m_clock.told(now, latency);
     deliverKept();
 }
@@ -96,7 +102,7 @@ void SoundFeed::join(double firstMoment) {
 
 void SoundFeed::pass(std::span<const std::byte> samples, double moment) {
     m_deliveredUntil = moment + seconds(samples.size());
-    m_onBlock({m_format, samples, std::min(moment, m_now)});
+    m_onBlock({m_format, samples, moment});
 }
 
 } // namespace platform::linux_desktop

@@ -1,5 +1,6 @@
-// Turns what a capture stream of the sound server gives into blocks with true stamps: contiguous, never ahead of now,
-// joined without a hole and without a doubled frame to the stream that this one replaces.
+// Turns what a capture stream of the sound server gives into blocks with true stamps: contiguous, joined without a hole
+// and without a doubled frame to the stream that this one replaces. The monitor of loudspeakers has them before they
+// are heard, so that stamps may be ahead of now by what loudspeakers keep.
 //   Units    seconds on the host clock
 //   Threads  none of its own: one at a time
 //   Errors   none
@@ -66,11 +67,13 @@ private:
     capture::AudioFormat m_format;
     OnBlock m_onBlock;
     StreamClock m_clock;
-    double m_now = 0; ///< of the last arrival
     bool m_started = false;
     bool m_joined = false;
     std::deque<Kept> m_kept;
     std::optional<double> m_deliveredUntil;
 };
+
+/// Passes blocks on to `onBlock`, those that are yet to be heard with the stamp of now.
+[[nodiscard]] SoundFeed::OnBlock neverAheadOfNow(SoundFeed::OnBlock onBlock);
 
 } // namespace platform::linux_desktop
