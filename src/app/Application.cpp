@@ -7,7 +7,9 @@
 #include "base/WallClock.h"
 #include "capture/AudioTrackWriter.h"
 #include "copy/DesktopCopy.h"
+#include "copy/MeetingText.h"
 #include "copy/Strings.h"
+#include "entry/AIWork.h"
 #include "entry/AppDelegate.h"
 #include "entry/CaptureRoles.h"
 #include "entry/InstanceChannel.h"
@@ -107,6 +109,7 @@ struct Application::Parts {
     entry::CaptureRoles roles{{dispatch, hostClock, input, systemAudio, *screens}};
     entry::StoreFiles files;
     entry::Notifier notifier{notifications};
+    entry::AIWork aiWork{{dispatch, hostClock, wallClock, defaults, keepAwake}};
     std::unique_ptr<selftest::AutoTest> autoTest;
     std::shared_ptr<entry::AppDelegate> delegate;
     std::unique_ptr<entry::ShutdownWatch::Watch> shutdown;
@@ -129,9 +132,15 @@ entry::AppSeams Application::Parts::seams() {
     seams.moveToTrash = [this](const auto& folder) { return store::AppPaths::trashItem(folder, wallClock.now()); };
     seams.prune = [this] { store::Retention::prune(store::AppPaths::meetings(), wallClock.now()); };
     seams.latestFolder = [] { return store::MeetingLibrary::latestFolder(store::AppPaths::meetings()); };
+    seams.practiceTitle = [](const store::StoppedSession& stopped) {
+        return copy::MeetingText::practiceTitle(stopped.start, stopped.duration, copy::MeetingText::calendar());
+    };
     seams.quit = [this] { quit(); };
     seams.endProgram = [this](bool) { end(EXIT_SUCCESS); };
+    aiWork.connect(seams, [this] { return delegate->pendingFolders(); });
+    aiWork.onFinished = [this] { delegate->aiFinished(); };
     if (autoTest) {
+        seams.resumeQueue = [] {}; // it speaks of its own recording alone
         autoTest->connect(seams);
     }
     return seams;

@@ -71,6 +71,9 @@ void AppDelegate::didFinishLaunching() {
     m_services.defaults.registerDefault(autoSummaryKey.toString(), true);
     (void)store::AppPaths::prepare(); // a start fails with the reason
     store::AppPaths::clearWork();
+    (void)m_people.ensureFile(); // both work from memory where the disk refuses
+    (void)m_types.ensureFile();
+    m_types.load();
     runRecovery();
     if (base::Environment::testMode()) {
         m_services.statusItem.setVisible(false);

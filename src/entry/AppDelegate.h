@@ -17,7 +17,10 @@
 #include "entry/StatusItem.h"
 #include "entry/StatusMenu.h"
 #include "practice/PracticeKeepFlow.h"
+#include "store/AppPaths.h"
 #include "store/MeetingLibrary.h"
+#include "store/PeopleStore.h"
+#include "store/TypeStore.h"
 #include "ui/Notice.h"
 #include "ui/Permissions.h"
 #include "ui/RecorderWindow.h"
@@ -122,6 +125,11 @@ public:
 
     [[nodiscard]] const std::shared_ptr<RecordingSession>& session() const { return m_session; }
 
+    /// The names and meeting types of this data root; one of each for the whole program.
+    [[nodiscard]] store::PeopleStore& people() { return m_people; }
+
+    [[nodiscard]] store::TypeStore& types() { return m_types; }
+
     /// The question whether a practice take is kept.
     [[nodiscard]] practice::PracticeKeepFlow& keep() { return m_keep; }
 
@@ -190,6 +198,8 @@ private:
     bool m_practicing = false;
     int m_formsShown = 0;
     int m_openForms = 0;
+    store::PeopleStore m_people{store::AppPaths::people()};
+    store::TypeStore m_types{store::AppPaths::types()};
     practice::PracticeKeepFlow m_keep;
     std::optional<ui::Notice> m_notice;
     QStringList m_warnings; ///< in the order of their arrival, none twice

@@ -24,6 +24,8 @@ namespace entry {
 /// The queue of AI work as far as ending the program asks for it.
 struct AISeam {
     std::function<bool()> busy = [] { return false; };
+    /// A job runs or one would start.
+    std::function<bool()> hasWork = [] { return false; };
     /// A summary is being written: short, and costly to lose.
     std::function<bool()> summarizing = [] { return false; };
     std::function<void()> holdFurther = [] {}; ///< starts no further request

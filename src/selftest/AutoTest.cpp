@@ -48,7 +48,7 @@ void AutoTest::connect(entry::AppSeams& seams) {
     seams.form.open = [this](const store::StoppedSession&, const entry::FormSeam::Finish& finish) {
         answerForm(finish);
     };
-    m_aiBusy = seams.ai.busy;
+    m_aiHasWork = seams.ai.hasWork;
 }
 
 void AutoTest::run(const std::shared_ptr<entry::AppDelegate>& app, std::function<void()> quit,
@@ -171,7 +171,7 @@ void AutoTest::finish(double startedWaiting) {
     if (!app) {
         return;
     }
-    const bool working = app->recovering() || m_aiBusy();
+    const bool working = app->recovering() || m_aiHasWork();
     if (working && m_clock.now() - startedWaiting < finishLimit) {
         m_main.after(finishLook, [this, startedWaiting] { finish(startedWaiting); });
     } else {

@@ -72,7 +72,7 @@ private:
     const base::HostClock& m_clock;
     double m_launched = 0;
     int m_micRestarts = 0;
-    std::function<bool()> m_aiBusy;
+    std::function<bool()> m_aiHasWork;
     std::weak_ptr<entry::AppDelegate> m_app;
     std::function<void()> m_quit;
     std::function<void(int)> m_exit;
