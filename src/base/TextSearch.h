@@ -1,19 +1,30 @@
 // Finding words the way people do: case and accents make no difference.
-//   Positions  UTF-16 units
-//   Rule       canonical decomposition, without marks of a combining class, case folded: "É" is found by "e"
-//   Threads    any; no state
+//   Rule     canonical decomposition, without marks of a combining class, composed again, case folded: "É" is found by
+//            "e", a Korean syllable not by its first letter
+//   Units    positions are UTF-16 units, where half a surrogate pair reads as U+FFFD; bytes are UTF-8 that someone has
+//            checked
+//   Cost     linear, also in texts made to be slow
+//   Threads  any; no state
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace base::TextSearch {
 
 /// A text in the form in which words are looked for: `folded(text).contains(folded(word))`. Fold a text that is
-/// searched again and again once.
+/// searched again and again once. Pieces folded one by one make up the whole where white space parts them.
 [[nodiscard]] QString folded(QStringView text);
+/// The same from UTF-8 to UTF-8.
+void appendFolded(std::string& folded, std::string_view text);
+
+/// The pieces between characters of white space.
+[[nodiscard]] QStringList words(QStringView query);
 
 struct Range {
     qsizetype location = 0;

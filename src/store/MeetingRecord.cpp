@@ -1,6 +1,5 @@
 #include "store/MeetingRecord.h"
 
-#include "base/Text.h"
 #include "base/TextSearch.h"
 #include "copy/Strings.h"
 #include "store/Retention.h"
@@ -10,33 +9,12 @@
 
 namespace store {
 
-namespace {
-
-/// The pieces between characters of white space.
-QStringList words(QStringView query) {
-    QStringList found;
-    QString word;
-    for (const QChar c : query) {
-        if (!base::Text::isWhitespaceOrNewline(c.unicode())) {
-            word += c;
-        } else if (!word.isEmpty()) {
-            found.append(std::exchange(word, {}));
-        }
-    }
-    if (!word.isEmpty()) {
-        found.append(word);
-    }
-    return found;
-}
-
-} // namespace
-
 QString MeetingRecord::title() const {
     return note.value_or(copy::Strings::untitled);
 }
 
 bool MeetingRecord::matches(QStringView query) const {
-    const QStringList wanted = words(query);
+    const QStringList wanted = base::TextSearch::words(query);
     if (wanted.isEmpty()) {
         return true;
     }
