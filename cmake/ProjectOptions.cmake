@@ -8,6 +8,10 @@ if(BRIEFLET_SANITIZE)
     target_compile_options(project_options INTERFACE -fsanitize=${BRIEFLET_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(project_options INTERFACE -fsanitize=${BRIEFLET_SANITIZE})
 endif()
+if(BRIEFLET_FUZZ)
+    # The whole program tells which of its branches an input took, not the fuzz targets alone.
+    target_compile_options(project_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # brieflet_library(NAME FILES... [PUBLIC libs...] [PRIVATE libs...]): one folder of src/ as a library that links
 # only what it is given, so that a wrong arrow between folders fails the build. Headers are included as "folder/Header.h".

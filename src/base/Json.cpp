@@ -204,7 +204,11 @@ private:
             ordered.push_back(&member);
         }
         if (m_order == KeyOrder::Sorted) {
-            std::ranges::stable_sort(ordered, {}, [](const Json::Member* member) { return member->first; });
+            // Equal keys stay in the order of the file, which is that of their addresses.
+            std::ranges::sort(ordered, [](const Json::Member* left, const Json::Member* right) {
+                const int difference = left->first.compare(right->first);
+                return difference != 0 ? difference < 0 : left < right;
+            });
         }
         bracket('{', '}', ordered, [this](const Json::Member* member) {
             escape(m_out, member->first);

@@ -12,9 +12,11 @@
 #include "store/Timestamp.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
 #include <limits>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace store::MeetingLibrary {
@@ -49,14 +51,14 @@ QStringList peopleAt(const base::Json& meta) {
     return people;
 }
 
-/// What was read of meta.json as an object; nullopt if it is missing or not understood.
-std::optional<base::Json> objectOf(const std::expected<QByteArray, base::FileError>& bytes) {
-    auto json = bytes ? base::parseJson(*bytes) : std::unexpected(base::JsonError());
+std::optional<base::Json> objectOf(QByteArrayView bytes) {
+    auto json = base::parseJson(bytes);
     return json && json->isObject() ? std::optional(std::move(*json)) : std::nullopt;
 }
 
-std::optional<base::Json> metaObject(const fs::path& folder) {
-    return objectOf(base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit));
+bool isGone(const fs::path& path) {
+    struct stat status{};
+    return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
 }
 
 MeetingRecord fieldsOf(const base::Json& meta) {
@@ -74,8 +76,8 @@ MeetingRecord fieldsOf(const base::Json& meta) {
             .practice = textAt(meta, u"mode") == MeetingMeta::practiceMode};
 }
 
-MeetingRecord recordOf(const std::optional<base::Json>& meta, fs::path folder, const QTimeZone& timeZone) {
-    MeetingRecord record = meta ? fieldsOf(*meta) : MeetingRecord();
+MeetingRecord recordOf(std::optional<MeetingRecord> told, fs::path folder, const QTimeZone& timeZone) {
+    MeetingRecord record = told ? *std::move(told) : MeetingRecord();
     record.folder = std::move(folder);
     if (!record.start) {
         record.start = startFromName(base::nameText(record.folder), timeZone);
@@ -144,17 +146,24 @@ std::vector<MeetingRecord> load(const fs::path& meetings, const FolderSet& skipp
         if (!skipping.isEmpty() && skipping.contains(base::pathText(identity / name))) {
             continue;
         }
-        const auto meta = objectOf(base::readFileAt(listed.get(), name + "/meta.json", MeetingArchive::metaLimit));
+        const auto bytes = base::readFileAt(listed.get(), name + "/meta.json", MeetingArchive::metaLimit);
+        auto told = bytes ? recordFromMeta(*bytes) : std::nullopt;
         fs::path folder = meetings / name;
-        if (meta || base::nameTaken(folder)) { // else it went while we looked
-            records.push_back(recordOf(meta, std::move(folder), timeZone));
+        if (told || !isGone(folder)) { // it may go while we look
+            records.push_back(recordOf(std::move(told), std::move(folder), timeZone));
         }
     }
     return newestFirst(std::move(records));
 }
 
 MeetingRecord record(const fs::path& folder, const QTimeZone& timeZone) {
-    return recordOf(metaObject(folder), folder, timeZone);
+    const auto bytes = base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit);
+    return recordOf(bytes ? recordFromMeta(*bytes) : std::nullopt, folder, timeZone);
+}
+
+std::optional<MeetingRecord> recordFromMeta(QByteArrayView meta) {
+    const auto object = objectOf(meta);
+    return object ? std::optional(fieldsOf(*object)) : std::nullopt;
 }
 
 std::optional<fs::path> latestFolder(const fs::path& meetings) {
@@ -171,7 +180,8 @@ std::optional<QDateTime> startFromName(QStringView name, const QTimeZone& timeZo
 }
 
 std::optional<QDateTime> endDate(const fs::path& folder) {
-    const auto meta = metaObject(folder);
+    const auto bytes = base::readFile(MeetingArchive::metaURL(folder), MeetingArchive::metaLimit);
+    const auto meta = bytes ? objectOf(*bytes) : std::nullopt;
     const auto end = meta ? textAt(*meta, u"end") : std::nullopt;
     return end ? Timestamp::parse(*end) : std::nullopt;
 }
@@ -195,25 +205,36 @@ std::vector<MeetingShot> shots(const MeetingRecord& record) {
     return found;
 }
 
-std::expected<void, EditError> update(const MeetingRecord& record, const Edit& edit) {
-    const auto bytes = base::readFile(record.metaURL(), MeetingArchive::metaLimit);
-    if (!bytes && bytes.error().kind != base::FileError::Kind::TooLarge) {
-        return failure(EditError::Kind::NoMeta, copy::Strings::mainNoMeta);
-    }
-    auto meta = bytes ? base::parseJson(*bytes) : std::unexpected(base::JsonError());
-    if (!meta || !meta->isObject()) {
+std::expected<QByteArray, EditError> patched(QByteArrayView meta, const Edit& edit) {
+    auto object = objectOf(meta);
+    if (!object) {
         return failure(EditError::Kind::Unreadable, copy::Strings::mainMetaBroken);
     }
     if (edit.note) {
-        meta->set(u"note"_s, textOrNull(base::Text::trimmed(*edit.note)));
+        object->set(u"note"_s, textOrNull(base::Text::trimmed(*edit.note)));
     }
     if (edit.type) {
-        meta->set(u"type"_s, textOrNull(*edit.type));
+        object->set(u"type"_s, textOrNull(*edit.type));
     }
     if (edit.people) {
-        meta->set(u"people"_s, base::Json(cleanNames(*edit.people)));
+        object->set(u"people"_s, base::Json(cleanNames(*edit.people)));
     }
-    if (const auto written = base::replaceFile(record.metaURL(), base::writeJson(*meta)); !written) {
+    return base::writeJson(*object);
+}
+
+std::expected<void, EditError> update(const MeetingRecord& record, const Edit& edit) {
+    const auto bytes = base::readFile(record.metaURL(), MeetingArchive::metaLimit);
+    if (!bytes && bytes.error().kind == base::FileError::Kind::TooLarge) {
+        return failure(EditError::Kind::Unreadable, copy::Strings::mainMetaBroken);
+    }
+    if (!bytes) {
+        return failure(EditError::Kind::NoMeta, copy::Strings::mainNoMeta);
+    }
+    const auto after = patched(*bytes, edit);
+    if (!after) {
+        return std::unexpected(after.error());
+    }
+    if (const auto written = base::replaceFile(record.metaURL(), *after); !written) {
         return failure(EditError::Kind::System, written.error().text);
     }
     return {};

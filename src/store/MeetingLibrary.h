@@ -11,6 +11,8 @@
 #include "store/MeetingRecord.h"
 #include "store/MeetingShot.h"
 
+#include <QByteArray>
+#include <QByteArrayView>
 #include <QDateTime>
 #include <QSet>
 #include <QString>
@@ -34,6 +36,9 @@ using FolderSet = QSet<QString>;
                                               const QTimeZone& timeZone = QTimeZone::systemTimeZone());
 [[nodiscard]] MeetingRecord record(const std::filesystem::path& folder,
                                    const QTimeZone& timeZone = QTimeZone::systemTimeZone());
+/// What the bytes of a meta.json tell: a record without its folder, and without a start where they have none; nullopt
+/// if they are no JSON object. Pure.
+[[nodiscard]] std::optional<MeetingRecord> recordFromMeta(QByteArrayView meta);
 /// The folder of the newest meeting; nullopt if there is none.
 [[nodiscard]] std::optional<std::filesystem::path> latestFolder(const std::filesystem::path& meetings);
 
@@ -66,6 +71,8 @@ struct EditError {
     bool operator==(const EditError&) const = default;
 };
 
+/// The bytes of a meta.json with an edit in it, and everything else to the letter. Pure.
+[[nodiscard]] std::expected<QByteArray, EditError> patched(QByteArrayView meta, const Edit& edit);
 [[nodiscard]] std::expected<void, EditError> update(const MeetingRecord& record, const Edit& edit);
 /// Trimmed, without empty names, each name once whatever its case: the first spelling stays, and so does the order.
 [[nodiscard]] QStringList cleanNames(const QStringList& names);

@@ -10,8 +10,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <functional>
+#include <grp.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace store;
@@ -284,6 +290,77 @@ TEST_F(MeetingLibraryTest, TheLatestFolderIsTheFirst) {
     make("2025_03_07_0930");
     make("2025_03_08_0930");
     EXPECT_EQ(MeetingLibrary::latestFolder(meetings.path), meetings / "2025_03_08_0930");
+}
+
+/// Whether `holds` does for a user whom the modes of files bind, as they don't bind root.
+bool holdsForAnyUser(const std::function<bool()>& holds) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr uid_t nobody = 65534;
+        const bool bound =
+            ::geteuid() != 0 || (::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0);
+        ::_exit(bound && holds() ? 0 : 1);
+    }
+    int status = 1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+TEST_F(MeetingLibraryTest, ARecordThatMayNotBeReadIsAnInterruptedMeeting) {
+    const auto folder = make("2025_03_07_0930", R"({"note": "secret"})");
+    fs::permissions(meetings.path, fs::perms::all);
+    fs::permissions(folder, fs::perms::all);
+    fs::permissions(folder / "meta.json", fs::perms::none);
+    EXPECT_TRUE(holdsForAnyUser([this] {
+        const auto records = MeetingLibrary::load(meetings.path, {}, taipei);
+        return records.size() == 1 && !records[0].hasMeta && records[0].start == start.addSecs(-12) &&
+               MeetingLibrary::update(records[0], {.note = u"x"_s}).error().kind ==
+                   MeetingLibrary::EditError::Kind::NoMeta;
+    }));
+}
+
+TEST_F(MeetingLibraryTest, MeetingsThatMayBeListedButNotLookedAtAreInterruptedOnes) {
+    make("2025_03_07_0930", "{}");
+    fs::permissions(meetings.path, fs::perms::others_read | fs::perms::owner_read);
+    EXPECT_TRUE(holdsForAnyUser([this] {
+        const auto records = MeetingLibrary::load(meetings.path, {}, taipei);
+        return records.size() == 1 && !records[0].hasMeta;
+    }));
+    fs::permissions(meetings.path, fs::perms::owner_all);
+}
+
+TEST_F(MeetingLibraryTest, AFolderThatMayNotBeWrittenToKeepsItsRecordAndSaysWhy) {
+    MeetingRecord record;
+    record.folder = make("a", R"({"note": "old"})");
+    fs::permissions(meetings.path, fs::perms::all);
+    fs::permissions(record.folder / "meta.json", fs::perms::all);
+    fs::permissions(record.folder,
+                    fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read | fs::perms::others_exec);
+    EXPECT_TRUE(holdsForAnyUser([&record] {
+        const auto edited = MeetingLibrary::update(record, {.note = u"new"_s});
+        return !edited && edited.error().kind == MeetingLibrary::EditError::Kind::System &&
+               !edited.error().text.isEmpty() && !MeetingLibrary::writeNotes(u"x"_s, record);
+    }));
+    EXPECT_EQ(MeetingLibrary::record(record.folder).note, u"old"_s);
+    fs::permissions(record.folder, fs::perms::owner_all);
+}
+
+TEST_F(MeetingLibraryTest, MeetingsThatComeAndGoDoNotDisturbTheOthers) {
+    make("2025_03_07_0930", R"({"note": "stays"})");
+    std::jthread others([this](const std::stop_token& stop) {
+        for (int i = 0; !stop.stop_requested(); i = (i + 1) % 5) {
+            const fs::path folder = meetings / ("2025_03_08_093" + std::to_string(i));
+            std::error_code ignored;
+            fs::create_directory(folder, ignored);
+            std::ofstream(folder / "meta.json") << "{}";
+            fs::remove_all(folder, ignored);
+        }
+    });
+    for (int round = 0; round < 200; ++round) {
+        const auto records = MeetingLibrary::load(meetings.path, {}, taipei);
+        ASSERT_FALSE(records.empty());
+        ASSERT_EQ(records.back().note, u"stays"_s);
+    }
 }
 
 // Screenshots
