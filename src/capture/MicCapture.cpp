@@ -63,21 +63,21 @@ int MicCapture::restartCount() {
 
 std::optional<CaptureError> MicCapture::openSession() {
     const int session = ++m_opens;
-    auto opened =
-        m_input.open({
-                         .onBlock = [writer = m_writer](const AudioBlock& block) { deliver(writer, block); },
-                         .onLost =
-                             [weak = weak_from_this(), control = std::weak_ptr(m_control), session](const QString&) {
-                                 if (const auto queue = control.lock()) {
-                                     queue->post([weak, session] {
-                                         if (const auto self = weak.lock()) {
-                                             self->sessionFailed(session);
-                                         }
-                                     });
-                                 }
-                             },
-                     },
-                     m_session.get());
+    auto opened = m_input.open(
+        {
+            .onBlock = [writer = m_writer](const AudioBlock& block) { deliver(writer, block); },
+            .onLost =
+                [weak = weak_from_this(), control = std::weak_ptr(m_control), session](const QString&) {
+                    if (const auto queue = control.lock()) {
+                        queue->post([weak, queue, session] { // so that this is not the last to hold the queue
+                            if (const auto self = weak.lock()) {
+                                self->sessionFailed(session);
+                            }
+                        });
+                    }
+                },
+        },
+        m_session.get());
     if (!opened) {
         return std::move(opened.error());
     }

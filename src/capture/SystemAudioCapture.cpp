@@ -54,7 +54,7 @@ void SystemAudioCapture::open(const Display& display, Done done) {
             .onStopped =
                 [weak = weak_from_this(), control = std::weak_ptr(m_control), number](const QString& error) {
                     if (const auto queue = control.lock()) {
-                        queue->post([weak, number, error] {
+                        queue->post([weak, queue, number, error] {
                             if (const auto self = weak.lock()) {
                                 self->streamStopped(number, error);
                             }
@@ -67,10 +67,11 @@ void SystemAudioCapture::open(const Display& display, Done done) {
         return;
     }
     const Opening opening{.stream = std::move(*made), .number = number, .done = std::move(done)};
-    // The reply holds the queue, so that a stream which starts after its capture has gone is still shut down.
+    // The reply holds the queue, so that a stream which starts after its capture has gone is still shut down; the task
+    // holds it too, so that it is never let go, which waits for its thread, on the platform's own.
     opening.stream->startCapture(
         [weak = weak_from_this(), control = m_control, opening](const std::optional<QString>& error) {
-            control->post([weak, opening, error] {
+            control->post([weak, control, opening, error] {
                 if (const auto self = weak.lock()) {
                     self->captureStarted(opening, error);
                 } else if (!error) {
@@ -134,7 +135,7 @@ void SystemAudioCapture::askForContent(int attempt, const QString& lastError) {
     m_screens.content([weak = weak_from_this(), control = std::weak_ptr(m_control), attempt,
                        lastError](const std::expected<ScreenContent, QString>& content) {
         if (const auto queue = control.lock()) {
-            queue->post([weak, attempt, lastError, content] {
+            queue->post([weak, queue, attempt, lastError, content] {
                 if (const auto self = weak.lock(); self && !self->m_stopped) {
                     self->reopen(attempt, lastError, content);
                 }
@@ -177,7 +178,7 @@ void SystemAudioCapture::stop(std::function<void()> completion) {
         stream->stopCapture([race, completion, control = std::weak_ptr(self->m_control)] {
             if (race->claim()) {
                 if (const auto queue = control.lock()) {
-                    queue->post(completion);
+                    queue->post([queue, completion] { completion(); });
                 }
             }
         });

@@ -57,6 +57,11 @@ std::optional<QString> Recorder::start() {
     return startSystem();
 }
 
+void Recorder::readMeters() {
+    static_cast<void>(m_micWriter->takeLevelDB());
+    static_cast<void>(m_systemWriter->takeLevelDB());
+}
+
 void Recorder::stop() {
     if (!m_mic) {
         return;

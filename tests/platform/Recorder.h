@@ -31,6 +31,8 @@ public:
     [[nodiscard]] std::optional<capture::CaptureError> startMic();
     /// Waits for the answer.
     [[nodiscard]] std::optional<QString> startSystem();
+    /// What the meters of a recording ask for five times a second.
+    void readMeters();
     void stop(); ///< ends both and closes the tracks
 
     [[nodiscard]] double startSeconds() const { return m_startSeconds; }
