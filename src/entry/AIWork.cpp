@@ -31,16 +31,12 @@ bool toolsSuffice(const ai::AITools& tools, const fs::path& folder) {
 
 AIWork::AIWork(const Services& services)
     : m_services(services)
-    , m_estimator(services.defaults)
     , m_queue({
           .dispatch = services.dispatch,
           .clock = services.hostClock,
           .wallClock = services.wallClock,
           .steps = services.steps,
-          .estimates = {.expected = [this](ai::AIStep step, const store::MeetingRecord& record)
-                            -> std::optional<double> { return m_estimator.estimate(step, record); },
-                        .learn = [this](ai::AIStep step, const store::MeetingRecord& record,
-                                        double seconds) { m_estimator.record(step, record, seconds); }},
+          .estimator = jobs::AIEstimator(services.defaults),
           .beginActivity = [&keepAwake = services.keepAwake](const QString& reason) -> std::shared_ptr<void> {
               return std::shared_ptr<KeepAwake::Token>(keepAwake.hold(reason));
           },

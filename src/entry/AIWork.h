@@ -12,7 +12,6 @@
 #include "base/WallClock.h"
 #include "entry/AppSeams.h"
 #include "entry/KeepAwake.h"
-#include "jobs/AIEstimator.h"
 #include "jobs/AIQueue.h"
 #include "store/MeetingLibrary.h"
 
@@ -63,7 +62,6 @@ private:
     void enqueueResumed(const std::vector<ai::AIRequest>& requests);
 
     Services m_services;
-    jobs::AIEstimator m_estimator;
     jobs::AIQueue m_queue;
     std::shared_ptr<const bool> m_alive = std::make_shared<const bool>(true); ///< what comes back late looks here first
 };
