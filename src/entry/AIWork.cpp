@@ -1,12 +1,10 @@
 #include "entry/AIWork.h"
 
 #include "ai/StoredObject.h"
-#include "ai/SummaryStep.h"
 #include "ai/TranscribeStep.h"
 #include "base/Environment.h"
 #include "base/Output.h"
 #include "entry/AppDelegate.h"
-#include "practice/CoachStep.h"
 #include "store/AppPaths.h"
 #include "store/MeetingLibrary.h"
 
@@ -56,12 +54,6 @@ AIWork::AIWork(const Services& services)
 }
 
 AIWork::~AIWork() = default;
-
-jobs::AIPipeline::Steps AIWork::realSteps() {
-    return {.transcribe = ai::AIPipeline::transcribe,
-            .summarize = ai::AIPipeline::summarize,
-            .coach = practice::AIPipeline::coach};
-}
 
 void AIWork::connect(AppSeams& seams, std::function<store::MeetingLibrary::FolderSet()> pendingFolders) {
     seams.ai.busy = [this] { return m_queue.busy(); };

@@ -32,16 +32,13 @@ public:
         const base::WallClock& wallClock;
         base::PreferenceStore& defaults;
         KeepAwake& keepAwake;
-        jobs::AIPipeline::Steps steps = realSteps();
+        jobs::AIPipeline::Steps steps = jobs::AIPipeline::Steps::real();
         /// Which tools there are, asked anew each time.
         std::function<ai::AITools()> tools = ai::AITools::current;
     };
 
     explicit AIWork(const Services& services);
     ~AIWork();
-
-    /// The steps that run the tools.
-    [[nodiscard]] static jobs::AIPipeline::Steps realSteps();
 
     /// What the controller asks of AI work. `pendingFolders`: recordings that still wait for their answers.
     void connect(AppSeams& seams, std::function<store::MeetingLibrary::FolderSet()> pendingFolders);
