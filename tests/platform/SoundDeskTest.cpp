@@ -296,6 +296,16 @@ TEST_F(SoundDeskTest, DefaultThatOnlyPlaysBackIsNoMicrophone) {
     EXPECT_EQ(recorder.startMic(), (capture::CaptureError{capture::CaptureError::Kind::NoMicrophone, {}}));
 }
 
+TEST_F(SoundDeskTest, WithoutAnyDeviceThereIsNoMicrophoneAndNothingToListenTo) {
+    SoundDesk::pactl({u"unload-module"_s, u"module-remap-source"_s});
+    SoundDesk::pactl({u"unload-module"_s, u"module-null-sink"_s});
+    Recorder recorder;
+    EXPECT_EQ(recorder.startMic(), (capture::CaptureError{capture::CaptureError::Kind::NoMicrophone, {}}));
+    if (!SoundDesk::isPipeWire()) { // which makes loudspeakers up where there are none
+        EXPECT_EQ(recorder.startSystem(), copy::DesktopCopy::current().noMonitor);
+    }
+}
+
 TEST_F(SoundDeskTest, MicrophoneIsNeverTakenForAMonitor) {
     PulseLoop loop;
     const auto connection = PulseConnection::open(loop, Deadline(soon));

@@ -184,6 +184,9 @@ PulseConnection::Answered<PulseConnection::Defaults> PulseConnection::defaults(D
 
 PulseConnection::Answered<std::optional<PulseConnection::Source>> PulseConnection::source(const std::string& name,
                                                                                           Deadline deadline) {
+    if (name.empty()) {
+        return std::nullopt; // the library refuses to ask for it
+    }
     Reply<Source> reply;
     const auto failure = ask(reply, deadline, [&](pa_context* context, void* userdata) {
         return pa_context_get_source_info_by_name(context, name.c_str(), collect<Source, pa_source_info>, userdata);
@@ -207,6 +210,9 @@ PulseConnection::Answered<std::vector<PulseConnection::Source>> PulseConnection:
 
 PulseConnection::Answered<std::optional<PulseConnection::Sink>> PulseConnection::sink(const std::string& name,
                                                                                       Deadline deadline) {
+    if (name.empty()) {
+        return std::nullopt; // the library refuses to ask for it
+    }
     Reply<Sink> reply;
     const auto failure = ask(reply, deadline, [&](pa_context* context, void* userdata) {
         return pa_context_get_sink_info_by_name(context, name.c_str(), collect<Sink, pa_sink_info>, userdata);

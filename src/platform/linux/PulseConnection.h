@@ -79,7 +79,7 @@ public:
     PulseConnection& operator=(const PulseConnection&) = delete;
 
     [[nodiscard]] Answered<Defaults> defaults(Deadline deadline);
-    /// nullopt: there is no such source.
+    /// nullopt: there is no such source; no source has an empty name.
     [[nodiscard]] Answered<std::optional<Source>> source(const std::string& name, Deadline deadline);
     [[nodiscard]] Answered<std::vector<Source>> sources(Deadline deadline);
     [[nodiscard]] Answered<std::optional<Sink>> sink(const std::string& name, Deadline deadline);
