@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <thread>
 
 namespace platform::linux_desktop {
@@ -25,8 +26,14 @@ struct ClickPlayer::State {
     pa_stream* stream = nullptr;
     std::string sink;
     std::int64_t beatFrames = 0;
-    std::int64_t frames = 0;     ///< handed over
-    std::vector<double> origins; ///< where frame 0 lies by each word of the server
+    std::int64_t frames = 0; ///< handed over
+
+    struct Word {
+        std::int64_t frames; ///< handed over by then
+        double origin;       ///< where frame 0 lies, as those frames see it
+    };
+
+    std::vector<Word> words;
 
     void connected() {
         if (pa_context_get_state(context) != PA_CONTEXT_READY) {
@@ -65,7 +72,7 @@ struct ClickPlayer::State {
         int negative = 0;
         if (pa_stream_get_latency(stream, &latency, &negative) >= 0) {
             const double ahead = static_cast<double>(latency) / 1e6 * (negative ? -1 : 1);
-            origins.push_back(clock.now() + ahead - static_cast<double>(frames) / rate);
+            words.push_back({frames, clock.now() + ahead - static_cast<double>(frames) / rate});
         }
     }
 };
@@ -109,17 +116,24 @@ bool ClickPlayer::playing() const {
 
 Clicks ClickPlayer::clicks() const {
     pa_threaded_mainloop_lock(m_state->loop);
-    auto origins = m_state->origins;
+    const auto words = m_state->words;
     const auto frames = m_state->frames;
     pa_threaded_mainloop_unlock(m_state->loop);
     Clicks clicks{.moments = {}, .beatSeconds = static_cast<double>(m_state->beatFrames) / rate};
-    if (origins.empty()) {
-        return clicks;
-    }
-    const auto middle = origins.begin() + static_cast<std::ptrdiff_t>(origins.size() / 2);
-    std::nth_element(origins.begin(), middle, origins.end());
+    // A player that was held up plays all that follows later, so that only the words around a click count for it.
+    constexpr auto around = static_cast<std::int64_t>(rate / 2);
     for (std::int64_t frame = 0; frame < frames; frame += m_state->beatFrames) {
-        clicks.moments.push_back(*middle + static_cast<double>(frame) / rate);
+        std::vector<double> origins;
+        for (const auto& word : words) {
+            if (std::abs(word.frames - frame) < around) {
+                origins.push_back(word.origin);
+            }
+        }
+        if (!origins.empty()) {
+            const auto middle = origins.begin() + static_cast<std::ptrdiff_t>(origins.size() / 2);
+            std::ranges::nth_element(origins, middle);
+            clicks.moments.push_back(*middle + static_cast<double>(frame) / rate);
+        }
     }
     return clicks;
 }
