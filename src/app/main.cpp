@@ -2,6 +2,7 @@
 
 #include "app/Application.h"
 #include "base/Environment.h"
+#include "base/Process.h"
 #include "entry/CommandLine.h"
 #include "entry/InstanceChannel.h"
 #include "entry/SingleInstance.h"
@@ -10,10 +11,8 @@
 
 #include <QApplication>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <sys/stat.h>
 
 namespace {
 
@@ -38,8 +37,7 @@ void printError(const QString& text) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    ::umask(077);                  // whatever is written, also by libraries and children, is for this user alone
-    std::signal(SIGXFSZ, SIG_IGN); // a track that may not grow any more is a failed write, not the end of the recording
+    base::prepareProcess();
     QStringList arguments;
     for (int index = 1; index < argc; ++index) {
         arguments.append(QString::fromLocal8Bit(argv[index]));

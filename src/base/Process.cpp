@@ -1,0 +1,33 @@
+#include "base/Process.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <initializer_list>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace base {
+
+namespace {
+
+constexpr mode_t forOthers = S_IRWXG | S_IRWXO;
+
+void openClosedStreams() {
+    // A file gets the lowest free number, so that those below are taken already when it is one's turn.
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            [[maybe_unused]] const int opened = ::open("/dev/null", O_RDWR);
+        }
+    }
+}
+
+} // namespace
+
+void prepareProcess() {
+    openClosedStreams();
+    ::umask(forOthers);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+} // namespace base
