@@ -58,11 +58,11 @@ Path AITools::firstFound(const std::vector<Path>& paths, const Predicate& isExec
 }
 
 Path AITools::defaultWhisper() {
-    return firstFound(whisperPlaces(homeFolder()));
+    return firstFound(whisperPlaces(base::Environment::homeFolder()));
 }
 
 Path AITools::defaultClaude() {
-    return firstFound(claudePlaces(homeFolder()));
+    return firstFound(claudePlaces(base::Environment::homeFolder()));
 }
 
 AITools AITools::resolve(const Search& search) {
@@ -81,7 +81,7 @@ AITools AITools::resolve(const Search& search) {
 AITools AITools::current() {
     return resolve({.testMode = base::Environment::testMode(),
                     .variable = base::Environment::variable,
-                    .home = homeFolder(),
+                    .home = base::Environment::homeFolder(),
                     .isExecutable = isExecutableFile,
                     .standIn = SpeechEngines::standIn});
 }

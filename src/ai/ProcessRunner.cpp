@@ -2,6 +2,7 @@
 
 #include "ai/ChildProcess_p.h"
 #include "ai/RunDeadlines_p.h"
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/HostClock.h"
 
@@ -11,7 +12,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <poll.h>
-#include <pwd.h>
 #include <string_view>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -208,19 +208,8 @@ std::vector<std::string> ProcessRunner::environment() {
         }
     }
     result.push_back("PATH=" + std::string(childPath));
-    result.push_back("HOME=" + homeFolder().native());
+    result.push_back("HOME=" + base::Environment::homeFolder().native());
     return result;
-}
-
-std::filesystem::path homeFolder() {
-    if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') {
-        return home;
-    }
-    std::array<char, 16 * 1024> buffer;
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
-    return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
 }
 
 } // namespace ai

@@ -80,7 +80,4 @@ private:
     int m_wake = -1; ///< eventfd of the run in progress; owned by run
 };
 
-/// The user's home folder: $HOME, else what the account says.
-[[nodiscard]] std::filesystem::path homeFolder();
-
 } // namespace ai

@@ -2,6 +2,7 @@
 
 #include "ai/AITools.h"
 #include "ai/ProcessRunner.h"
+#include "base/Environment.h"
 
 #include <algorithm>
 #include <array>
@@ -253,7 +254,8 @@ std::vector<SpeechEngine> find(const Machine& machine, const Wishes& wishes) {
 std::optional<Path> standIn() {
     std::error_code failed;
     const Path program = std::filesystem::read_symlink("/proc/self/exe", failed).parent_path() / "brieflet-whisper";
-    if (failed || !AITools::isExecutableFile(program) || find({.root = "/", .home = homeFolder()}).empty()) {
+    if (failed || !AITools::isExecutableFile(program) ||
+        find({.root = "/", .home = base::Environment::homeFolder()}).empty()) {
         return std::nullopt;
     }
     return program;

@@ -2,8 +2,13 @@
 
 #include <QByteArray>
 
+#include <array>
+#include <cctype>
+#include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <pwd.h>
+#include <unistd.h>
 
 namespace base::Environment {
 
@@ -30,6 +35,17 @@ std::optional<std::filesystem::path> path(const char* name) {
     return std::filesystem::path(value);
 }
 
+std::filesystem::path homeFolder() {
+    if (auto home = path("HOME"); home && home->is_absolute()) {
+        return *home;
+    }
+    std::array<char, 16 * 1024> texts{};
+    passwd entry{};
+    passwd* found = nullptr;
+    ::getpwuid_r(::getuid(), &entry, texts.data(), texts.size(), &found);
+    return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
+}
+
 bool testFlag(const char* name) {
     return testMode() && variable(name) == u"1"_s;
 }
@@ -41,8 +57,9 @@ std::optional<double> parseWholeDouble(const QString& text) {
         return std::nullopt;
     }
     char* end = nullptr;
-    // Qt sets LC_NUMERIC to "C" for the whole process, so the decimal point is a point here.
-    const double value = std::strtod(bytes.constData(), &end);
+    // Qt takes over the user's locale for the whole process, where the decimal point may be a comma.
+    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    const double value = ::strtod_l(bytes.constData(), &end, plain);
     if (end != bytes.constData() + bytes.size() || !std::isfinite(value)) {
         return std::nullopt;
     }

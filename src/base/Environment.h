@@ -17,6 +17,8 @@ namespace base::Environment {
 [[nodiscard]] std::optional<QString> variable(const char* name);
 /// The variable as a path, whatever its bytes are; nullopt if it is unset or empty. Read in every mode.
 [[nodiscard]] std::optional<std::filesystem::path> path(const char* name);
+/// The user's home folder: $HOME if it is an absolute path, else what the account says.
+[[nodiscard]] std::filesystem::path homeFolder();
 /// In test mode whether the variable is exactly "1"; outside it false.
 [[nodiscard]] bool testFlag(const char* name);
 /// In test mode the variable, when the whole of it is a finite decimal number; `normal` in every other case.

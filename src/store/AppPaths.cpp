@@ -2,7 +2,6 @@
 
 #include "base/Environment.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <cerrno>
@@ -26,7 +25,7 @@ fs::path userFolder(const char* variable, const char* belowHome) {
     if (const auto folder = base::Environment::path(variable); folder && folder->is_absolute()) {
         return *folder;
     }
-    return base::pathFrom(QDir::homePath()) / belowHome;
+    return base::Environment::homeFolder() / belowHome;
 }
 
 std::uint64_t fnv1a(const std::string& bytes) {

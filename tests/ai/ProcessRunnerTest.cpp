@@ -1,5 +1,6 @@
 #include "ai/ProcessRunner.h"
 
+#include "base/Environment.h"
 #include "base/Files.h"
 
 #include <QTemporaryDir>
@@ -183,14 +184,14 @@ TEST_F(ProcessRunnerTest, ExactlyPathAndHomeDifferFromOurEnvironment) {
         }
     }
     expected.emplace_back("PATH=/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin");
-    expected.push_back("HOME=" + ai::homeFolder().native());
+    expected.push_back("HOME=" + base::Environment::homeFolder().native());
     EXPECT_THAT(ProcessRunner::environment(), testing::UnorderedElementsAreArray(expected));
 }
 
 TEST_F(ProcessRunnerTest, TheChildSeesThatEnvironment) {
     const auto output = ran(shell("echo \"$PATH\"; echo \"$HOME\""));
-    EXPECT_EQ(output.standardOutput.toStdString(),
-              "/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin\n" + ai::homeFolder().native() + "\n");
+    EXPECT_EQ(output.standardOutput.toStdString(), "/opt/homebrew/bin:/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin\n" +
+                                                       base::Environment::homeFolder().native() + "\n");
 }
 
 TEST_F(ProcessRunnerTest, OnlyTheThreeStreamsAreInherited) {

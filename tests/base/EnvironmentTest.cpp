@@ -1,8 +1,14 @@
 #include "base/Environment.h"
 
+#include "fakes/ScopedVariable.h"
+#include "fakes/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
+#include <pwd.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 namespace Environment = base::Environment;
@@ -50,6 +56,32 @@ TEST_F(EnvironmentTest, WhatIsNoNumberGivesTheNormalValue) {
     for (const char* text : {"", "two", "2 ", " 2", "2x", "inf", "nan"}) {
         set("TARVEX_NUMBER", text);
         EXPECT_EQ(Environment::testNumber("TARVEX_NUMBER", 7), 7) << text;
+    }
+}
+
+TEST_F(EnvironmentTest, TheDecimalPointIsAPointInEveryLocale) {
+    const fakes::TemporaryFolder folder;
+    const std::string made = (folder / "de_DE.UTF-8").string();
+    const fakes::ScopedVariable locales("LOCPATH", folder.path.string());
+    const std::string make = "localedef -i de_DE -f UTF-8 '" + made + "' >/dev/null 2>&1";
+    if (std::system(make.c_str()) != 0 || std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
+        GTEST_SKIP() << "this system can make no locale with a decimal comma";
+    }
+    const auto point = Environment::parseWholeDouble(u"2.5"_s);
+    const auto comma = Environment::parseWholeDouble(u"2,5"_s);
+    std::setlocale(LC_ALL, "C");
+    EXPECT_EQ(point, 2.5);
+    EXPECT_EQ(comma, std::nullopt);
+}
+
+TEST_F(EnvironmentTest, TheHomeFolderIsThatOfTheAccountWhereTheVariableSaysNothing) {
+    fakes::ScopedVariable home("HOME", "/home/of \xFF");
+    EXPECT_EQ(Environment::homeFolder(), std::filesystem::path("/home/of \xFF"));
+    const std::filesystem::path account = ::getpwuid(::getuid())->pw_dir;
+    for (const auto& nothing :
+         {std::optional<std::string>(), std::optional<std::string>(""), std::optional<std::string>("relative/home")}) {
+        home.set(nothing);
+        EXPECT_EQ(Environment::homeFolder(), account) << nothing.value_or("unset");
     }
 }
 

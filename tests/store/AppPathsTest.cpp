@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,6 +84,14 @@ TEST_F(AppPathsTest, ARelativeDataFolderDoesNotCount) {
     home.set(std::nullopt);
     dataHome.set("data");
     EXPECT_EQ(AppPaths::root(), folder / "user/.local/share/Tarvex");
+}
+
+TEST_F(AppPathsTest, WithoutAHomeVariableTheAccountSaysWhereHomeIs) {
+    home.set(std::nullopt);
+    userHome.set(std::nullopt);
+    const fs::path account = ::getpwuid(::getuid())->pw_dir;
+    EXPECT_EQ(AppPaths::root(), account / ".local/share/Tarvex");
+    EXPECT_EQ(AppPaths::defaultsFile().parent_path(), account / ".config/Tarvex");
 }
 
 TEST_F(AppPathsTest, OnboardingIsSkippedInTestModeUnlessAskedFor) {
