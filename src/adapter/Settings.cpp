@@ -54,7 +54,7 @@ Settings readSettings(const Lookup& environment, const std::filesystem::path& fi
 std::filesystem::path settingsFile() {
     const auto folder = base::Environment::variable("XDG_CONFIG_HOME");
     const bool isSet = folder && folder->startsWith(u'/');
-    return (isSet ? base::pathFrom(*folder) : ai::homeFolder() / ".config") / "brieflet-whisper.conf";
+    return (isSet ? base::pathFrom(*folder) : base::Environment::homeFolder() / ".config") / "brieflet-whisper.conf";
 }
 
 } // namespace adapter

@@ -35,10 +35,11 @@ int run(std::span<const std::string> arguments) {
     }
     const base::MonotonicClock clock;
     const auto result = adapter::transcribe(
-        *request, {.engines = ai::SpeechEngines::find({.root = "/", .home = ai::homeFolder()}, settings.wishes),
-                   .threads = settings.threads.value_or(std::max(1U, std::thread::hardware_concurrency())),
-                   .clock = clock,
-                   .secondsAllowed = adapter::secondsAllowed(media::lengthOf(request->audio).value_or(0.0))});
+        *request,
+        {.engines = ai::SpeechEngines::find({.root = "/", .home = base::Environment::homeFolder()}, settings.wishes),
+         .threads = settings.threads.value_or(std::max(1U, std::thread::hardware_concurrency())),
+         .clock = clock,
+         .secondsAllowed = adapter::secondsAllowed(media::lengthOf(request->audio).value_or(0.0))});
     if (!result) {
         return fail(1, result.error());
     }
