@@ -3,7 +3,6 @@
 #include "base/Files.h"
 #include "base/Output.h"
 #include "base/Text.h"
-#include "store/MeetingAnswers.h"
 #include "store/MeetingArchive.h"
 
 #include <algorithm>
@@ -45,9 +44,8 @@ void AutoTest::connect(entry::AppSeams& seams) {
     };
     seams.selfTest.failed = [this](const QString& text) { startFailed(text); };
     seams.selfTest.discarded = [this](const fs::path& folder) { discarded(folder); };
-    seams.form.open = [this](const store::StoppedSession&, const entry::FormSeam::Finish& finish) {
-        answerForm(finish);
-    };
+    seams.form.open = [this](const store::StoppedSession&, const entry::FormSeam::Finish& finish) { openForm(finish); };
+    seams.form.skipAll = [this] { endForm(std::nullopt); };
     m_aiHasWork = seams.ai.hasWork;
 }
 
@@ -86,9 +84,16 @@ void AutoTest::stop(const std::weak_ptr<entry::RecordingSession>& session) {
     }
 }
 
-void AutoTest::answerForm(const entry::FormSeam::Finish& finish) {
+void AutoTest::openForm(const entry::FormSeam::Finish& finish) {
+    m_openForm = finish;
     m_main.after(formDelay,
-                 [finish] { finish(store::MeetingAnswers{.type = std::nullopt, .people = {}, .note = testNote}); });
+                 [this] { endForm(store::MeetingAnswers{.type = std::nullopt, .people = {}, .note = testNote}); });
+}
+
+void AutoTest::endForm(const std::optional<store::MeetingAnswers>& answers) {
+    if (const auto finish = std::exchange(m_openForm, nullptr)) {
+        finish(answers);
+    }
 }
 
 void AutoTest::startFailed(const QString& text) {

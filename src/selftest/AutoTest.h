@@ -9,6 +9,7 @@
 #include "base/HostClock.h"
 #include "entry/AppDelegate.h"
 #include "entry/AppSeams.h"
+#include "store/MeetingAnswers.h"
 #include "store/StoppedSession.h"
 
 #include <QString>
@@ -60,7 +61,9 @@ public:
 private:
     void began(entry::RecordingSession& session);
     void stop(const std::weak_ptr<entry::RecordingSession>& session);
-    void answerForm(const entry::FormSeam::Finish& finish);
+    void openForm(const entry::FormSeam::Finish& finish);
+    /// Once: a form that a quit has skipped is not answered any more.
+    void endForm(const std::optional<store::MeetingAnswers>& answers);
     void report(const store::StoppedSession& stopped, const std::filesystem::path& folder);
     void answerKeepCard();
     void discarded(const std::filesystem::path& folder);
@@ -72,6 +75,7 @@ private:
     const base::HostClock& m_clock;
     double m_launched = 0;
     int m_micRestarts = 0;
+    entry::FormSeam::Finish m_openForm; ///< empty while none is open
     std::function<bool()> m_aiHasWork;
     std::weak_ptr<entry::AppDelegate> m_app;
     std::function<void()> m_quit;

@@ -182,7 +182,7 @@ TEST_F(AppDelegateTest, AMicrophoneThatTakesTenSecondsIsSaidToBeOpening) {
     launch();
     dispatch.holdBackground = true;
     begin();
-    dispatch.advance(AppDelegate::micSlowAfter - tick);
+    dispatch.advance(10.0 - tick);
     EXPECT_FALSE(app->micSlow());
     EXPECT_EQ(window->notice, std::nullopt);
     dispatch.advance(tick);
@@ -260,9 +260,9 @@ TEST_F(AppDelegateTest, ASilentMicrophoneWarnsOnceThroughTheHealthTicks) {
     begin();
     notifications.added.clear();
     roles.tracks.at("system")->healthNow.buffers = 1;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     roles.tracks.at("system")->healthNow.buffers = 2;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(posted(), ElementsAre(QString(Strings::warnMicSilent)));
 }
 
@@ -293,7 +293,7 @@ TEST_F(AppDelegateTest, TheWindowShowsTheNoticeThenTheLastWarning) {
 TEST_F(AppDelegateTest, TheClockTicksEverySecond) {
     launch();
     begin();
-    dispatch.advance(AppDelegate::tickInterval - tick);
+    dispatch.advance(1.0 - tick);
     EXPECT_EQ(window->button.elapsedSeconds, 0.0);
     dispatch.advance(tick);
     EXPECT_EQ(window->button, ui::RecordButtonState::recording(1.0));
@@ -309,7 +309,7 @@ TEST_F(AppDelegateTest, NothingTicksWhenNothingIsRecorded) {
     const auto waiting = dispatch.timeline().waiting();
     begin();
     stop();
-    dispatch.advance(capture::MicCapture::startTimeout()); // what a start has left behind
+    dispatch.advance(45.0); // what a start has left behind
     EXPECT_EQ(dispatch.timeline().waiting(), waiting);
 }
 
@@ -318,7 +318,7 @@ TEST_F(AppDelegateTest, LevelsFillTheMetersFromTheRight) {
     begin();
     roles.tracks.at("mic")->level = 0.0;
     roles.tracks.at("system")->level = -30.0;
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     EXPECT_THAT(app->micLevels(), ElementsAre(1.0));
     EXPECT_THAT(app->systemLevels(), ElementsAre(0.5));
     EXPECT_THAT(window->levels, ElementsAre(std::pair(1.0, 0.5)));
@@ -330,12 +330,12 @@ TEST_F(AppDelegateTest, OnlyTheLastLevelsAreKept) {
     launch();
     begin();
     roles.tracks.at("mic")->level = 0.0;
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     roles.tracks.at("mic")->level = -60.0;
-    dispatch.advance(RecordingSession::meterInterval * static_cast<double>(capture::LevelMeter::cells - 1) + tick);
+    dispatch.advance(0.2 * static_cast<double>(capture::LevelMeter::cells - 1) + tick);
     EXPECT_EQ(app->micLevels().size(), capture::LevelMeter::cells);
     EXPECT_EQ(app->micLevels().front(), 1.0);
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     EXPECT_EQ(app->micLevels().size(), capture::LevelMeter::cells);
     EXPECT_EQ(app->micLevels().front(), 0.0);
 }
@@ -343,7 +343,7 @@ TEST_F(AppDelegateTest, OnlyTheLastLevelsAreKept) {
 TEST_F(AppDelegateTest, WithoutASystemTrackItsMeterIsSilent) {
     launch();
     begin(true);
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     EXPECT_THAT(app->systemLevels(), ElementsAre(0.0));
 }
 
@@ -547,8 +547,8 @@ TEST_F(AppDelegateTest, ALaunchPreparesTheFoldersAndShowsTheTray) {
     EXPECT_TRUE(fs::is_directory(store::AppPaths::meetings()));
     EXPECT_TRUE(fs::is_empty(store::AppPaths::work()));
     EXPECT_TRUE(statusItem.visible);
-    EXPECT_TRUE(defaults.boolean(AppDelegate::screenshotsKey.toString()));
-    EXPECT_TRUE(defaults.boolean(AppDelegate::autoSummaryKey.toString()));
+    EXPECT_TRUE(defaults.boolean(u"screenshotsEnabled"_s));
+    EXPECT_TRUE(defaults.boolean(u"autoSummaryAfterRecording"_s));
     EXPECT_THAT(statusItem.rows, Not(IsEmpty()));
 }
 
@@ -571,11 +571,11 @@ TEST_F(AppDelegateTest, TheIconLineNamesTheSign) {
 TEST_F(AppDelegateTest, WhatHasExpiredIsPrunedEveryDay) {
     launch();
     prunes = 0;
-    dispatch.advance(AppDelegate::retentionInterval - 1.0);
+    dispatch.advance(86400.0 - 1.0);
     EXPECT_EQ(prunes, 0);
     dispatch.advance(1.0);
     EXPECT_EQ(prunes, 1);
-    dispatch.advance(AppDelegate::retentionInterval);
+    dispatch.advance(86400.0);
     EXPECT_EQ(prunes, 2);
 }
 

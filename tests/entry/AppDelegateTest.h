@@ -36,6 +36,7 @@ protected:
             .windows = {},
             .mainDisplay = 1};
         seams.ai = {.busy = [this] { return aiBusy; },
+                    .hasWork = [this] { return aiBusy || aiWaiting; },
                     .summarizing = [this] { return aiSummarizing; },
                     .holdFurther = [this] { ++aiHolds; },
                     .cancelRunning = [this] { ++aiCancels; }};
@@ -130,6 +131,7 @@ protected:
     fakes::FakeRecorderWindow* window = nullptr;
 
     bool aiBusy = false;
+    bool aiWaiting = false; ///< a job waits that would start
     bool aiSummarizing = false;
     int aiHolds = 0;
     int aiCancels = 0;

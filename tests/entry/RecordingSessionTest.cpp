@@ -295,7 +295,7 @@ TEST_F(RecordingSessionTest, AMicrophoneThatFailsLeavesNoTrace) {
 TEST_F(RecordingSessionTest, AMicrophoneThatTakesTooLongIsGivenUpAtTheLimitAndClosedWhenItOpens) {
     dispatch.holdBackground = true;
     start();
-    dispatch.advance(capture::MicCapture::startTimeout() - tick);
+    dispatch.advance(45.0 - tick);
     EXPECT_EQ(completions, 0);
     dispatch.advance(tick);
     EXPECT_EQ(completions, 1);
@@ -312,7 +312,7 @@ TEST_F(RecordingSessionTest, AMicrophoneThatFailsAfterTheLimitIsNotHeardOf) {
     roles.micError = capture::CaptureError{cannotUse, u"busy"_s};
     dispatch.holdBackground = true;
     start();
-    dispatch.advance(capture::MicCapture::startTimeout());
+    dispatch.advance(45.0);
     dispatch.releaseBackground();
     dispatch.runDue();
     EXPECT_EQ(log.steps.back(), "start mic");
@@ -330,7 +330,7 @@ TEST_F(RecordingSessionTest, TheLimitCanBeMadeTinyInTestMode) {
 
 TEST_F(RecordingSessionTest, TheLimitDoesNotEndARecordingThatRuns) {
     start();
-    dispatch.advance(capture::MicCapture::startTimeout() + 1);
+    dispatch.advance(45.0 + 1);
     EXPECT_EQ(completions, 1);
     EXPECT_TRUE(fs::exists(folder()));
     EXPECT_TRUE(roles.mic->running);
@@ -390,18 +390,18 @@ TEST_F(RecordingSessionTest, TheFirstShotIsForcedAndTheOthersComeEveryThirtySeco
     using enum Shooter::Force;
     start();
     EXPECT_THAT(roles.shooter->captures, ElementsAre(Yes));
-    dispatch.advance(capture::ScreenShooter::interval - tick);
+    dispatch.advance(30.0 - tick);
     EXPECT_THAT(roles.shooter->captures, ElementsAre(Yes));
     dispatch.advance(tick);
     EXPECT_THAT(roles.shooter->captures, ElementsAre(Yes, No));
-    dispatch.advance(capture::ScreenShooter::interval);
+    dispatch.advance(30.0);
     EXPECT_THAT(roles.shooter->captures, ElementsAre(Yes, No, No));
 }
 
 TEST_F(RecordingSessionTest, NoAutomaticShotWhileTheyAreOffButTheManualOneIsForced) {
     request.screenshots = false;
     start();
-    dispatch.advance(2 * capture::ScreenShooter::interval);
+    dispatch.advance(2 * 30.0);
     EXPECT_THAT(roles.shooter->captures, IsEmpty());
     session->takeShot();
     EXPECT_THAT(roles.shooter->captures, ElementsAre(Shooter::Force::Yes));
@@ -442,12 +442,12 @@ TEST_F(RecordingSessionTest, LevelsComeFiveTimesASecondAndNoSamplesAreSilence) {
     start();
     session->onLevels = [&](double micDB, std::optional<double> systemDB) { levels.emplace_back(micDB, systemDB); };
     mic().level = -12.0;
-    dispatch.advance(RecordingSession::meterInterval - tick);
+    dispatch.advance(0.2 - tick);
     EXPECT_THAT(levels, IsEmpty());
     dispatch.advance(2 * tick);
     mic().level.reset();
     system().level = -3.0;
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     EXPECT_THAT(levels, ElementsAre(std::pair(-12.0, std::optional(capture::LevelMeter::silenceDB)),
                                     std::pair(capture::LevelMeter::silenceDB, std::optional(-3.0))));
 }
@@ -457,7 +457,7 @@ TEST_F(RecordingSessionTest, ASessionWhoseSystemTrackFailedSendsNoSecondLevelAnd
     std::vector<std::optional<double>> second;
     start();
     session->onLevels = [&](double, std::optional<double> level) { second.push_back(level); };
-    dispatch.advance(RecordingSession::meterInterval);
+    dispatch.advance(0.2);
     EXPECT_THAT(second, ElementsAre(std::nullopt));
     stop();
     EXPECT_EQ(stopped.at(0).systemSeconds, std::nullopt);
@@ -468,17 +468,17 @@ TEST_F(RecordingSessionTest, AHealthProblemIsSentAtEveryTickUntilItIsResolved) {
     start();
     session->onWarningCleared = [&](const QString& text) { cleared.push_back(text); };
     system().healthNow.buffers = 1;
-    dispatch.advance(capture::HealthCheck::interval - tick);
+    dispatch.advance(5.0 - tick);
     EXPECT_THAT(warnings, IsEmpty());
     dispatch.advance(tick);
     EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent));
     system().healthNow.buffers = 2;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent, Strings::warnMicSilent));
     EXPECT_THAT(cleared, IsEmpty());
     mic().healthNow.buffers = 1;
     system().healthNow.buffers = 3;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(cleared, ElementsAre(Strings::warnMicSilent));
     EXPECT_EQ(warnings.size(), 2U);
 }
@@ -486,10 +486,10 @@ TEST_F(RecordingSessionTest, AHealthProblemIsSentAtEveryTickUntilItIsResolved) {
 TEST_F(RecordingSessionTest, HealthLooksAtThePeriodAndNotAtTheWhole) {
     start();
     mic().healthNow.buffers = system().healthNow.buffers = 100;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(warnings, IsEmpty());
     system().healthNow.buffers = 101;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent));
 }
 
@@ -497,20 +497,20 @@ TEST_F(RecordingSessionTest, ATrackThatIsStuckInTheDiskHoldsNeitherTheMainThread
     start();
     dispatch.holdBackground = true;
     const int tasks = dispatch.backgroundTasks;
-    dispatch.advance(3 * capture::HealthCheck::interval);
+    dispatch.advance(3 * 5.0);
     EXPECT_EQ(dispatch.backgroundTasks, tasks + 1);
     EXPECT_THAT(warnings, IsEmpty());
     dispatch.releaseBackground();
     dispatch.runDue();
     EXPECT_THAT(warnings, ElementsAre(Strings::warnMicSilent, Strings::warnSystemSilent));
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_EQ(dispatch.backgroundTasks, tasks + 2);
 }
 
 TEST_F(RecordingSessionTest, AnAnswerAboutHealthThatComesAfterTheStopIsNotJudged) {
     start();
     dispatch.holdBackground = true;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     session->stop({}, [](const auto&) {});
     dispatch.releaseBackground();
     dispatch.runDue();
@@ -522,7 +522,7 @@ TEST_F(RecordingSessionTest, ATrackThatDoesNotRunIsNotJudged) {
     start();
     warnings.clear();
     mic().healthNow.buffers = 1;
-    dispatch.advance(capture::HealthCheck::interval);
+    dispatch.advance(5.0);
     EXPECT_THAT(warnings, IsEmpty());
 }
 

@@ -120,6 +120,37 @@ TEST_F(AutoTestTest, ReportsAPracticeAndDiscardsIt) {
                                  "practice choice: discard keep card: hidden\n"));
 }
 
+TEST_F(AutoTestTest, AnswersTheCardHalfASecondAfterTheReport) {
+    test = std::make_unique<AutoTest>(AutoTest::Options{.seconds = 3.0, .practice = true}, dispatch, dispatch.clock);
+    test->connect(seams);
+    make();
+    app->didFinishLaunching();
+    testing::internal::CaptureStdout();
+    test->run(app, [] {}, [](int) {});
+    dispatch.advance(3.0 + 0.5 - tick);
+    EXPECT_TRUE(app->keep().pending());
+    dispatch.advance(2 * tick);
+    EXPECT_FALSE(app->keep().pending());
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(AutoTestTest, AQuitWhileTheFormIsOpenSkipsIt) {
+    test = std::make_unique<AutoTest>(AutoTest::Options{.seconds = 3.0}, dispatch, dispatch.clock);
+    test->connect(seams);
+    make();
+    app->didFinishLaunching();
+    testing::internal::CaptureStdout();
+    test->run(app, [] {}, [](int) {});
+    dispatch.advance(3.0 + tick);
+    ASSERT_EQ(app->formsShown(), 1);
+    EXPECT_EQ(app->shouldTerminate(), entry::AppDelegate::TerminateReply::Now);
+    const auto untitled = store::AppPaths::meetings() / fs::path(u8"2025_03_07_0930_未命名");
+    EXPECT_TRUE(fs::is_directory(untitled)) << "the folder has its final name before the process ends";
+    dispatch.advance(AutoTest::formDelay);
+    EXPECT_EQ(store::MeetingArchive::readMeta(untitled)->note, std::nullopt) << "what was skipped is not answered";
+    testing::internal::GetCapturedStdout();
+}
+
 TEST_F(AutoTestTest, TellsADiscardedFolderThatIsStillThere) {
     EXPECT_THAT(run({.seconds = 3.0, .practice = true, .keep = false}), HasSubstr(" folder gone=no\n"));
 }
@@ -147,16 +178,20 @@ TEST_F(AutoTestTest, WaitsForAIWorkBeforeItEnds) {
     dispatch.advance(100.0);
     EXPECT_EQ(quits, 0);
     aiBusy = false;
-    dispatch.advance(AutoTest::finishLook + AutoTest::endDelay);
+    aiWaiting = true; // between two jobs none runs
+    dispatch.advance(100.0);
+    EXPECT_EQ(quits, 0);
+    aiWaiting = false;
+    dispatch.advance(0.2 + AutoTest::endDelay);
     EXPECT_EQ(quits, 1);
 }
 
 TEST_F(AutoTestTest, WaitsForAIWorkForFiveMinutesAtMost) {
     aiBusy = true;
     (void)run({.seconds = 3.0});
-    dispatch.advance(AutoTest::finishLimit - 3.0);
+    dispatch.advance(300.0 - 3.0);
     EXPECT_EQ(quits, 0);
-    dispatch.advance(3.0 + AutoTest::finishLook + AutoTest::endDelay);
+    dispatch.advance(3.0 + 0.2 + AutoTest::endDelay);
     EXPECT_EQ(quits, 1);
 }
 
