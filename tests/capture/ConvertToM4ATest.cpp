@@ -114,6 +114,24 @@ TEST_F(ConvertToM4ATest, ACafWithoutAFrameIsEmptyAndTheOlderM4aStays) {
     EXPECT_TRUE(std::filesystem::exists(caf));
 }
 
+TEST_F(ConvertToM4ATest, ATrackThatWasClosedWithoutAFrameIsEmptyAndTheOlderM4aStays) {
+    fakes::ManualDispatch dispatch;
+    const auto writer =
+        AudioTrackWriter::create(caf, "mic", dispatch.clock.now(), {dispatch, dispatch.clock}).value_or(nullptr);
+    ASSERT_TRUE(writer);
+    EXPECT_EQ(writer->finish(0.0), 0.0);
+    writeBytes(m4a, {'o', 'l', 'd'});
+    EXPECT_EQ(convert().error(), (ConvertFailure{store::ConvertError::Empty, QStringLiteral("no audio in the file")}));
+    EXPECT_EQ(bytesOf(m4a).size(), 3U);
+}
+
+TEST_F(ConvertToM4ATest, ACafWithHalfAFrameIsEmpty) {
+    auto bytes = cafBytes(CafShape{}, std::vector<std::int16_t>{});
+    bytes.push_back('x');
+    writeBytes(caf, bytes);
+    EXPECT_EQ(convert().error().reason, store::ConvertError::Empty);
+}
+
 TEST_F(ConvertToM4ATest, ACafThatCannotBeReadIsAnErrorAndTheOlderM4aStays) {
     writeBytes(m4a, {'o', 'l', 'd'});
     const auto missing = convert();
