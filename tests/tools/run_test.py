@@ -115,6 +115,10 @@ class Run(unittest.TestCase):
         self.assertEqual(self.run_it("--demo", **self.with_display()).returncode, 4)
         self.assertEqual(self.called("tools/demo"), [str(self.root / "build/release/bin/brieflet")])
 
+    def test_the_practice_demo_is_the_demo_with_its_word(self):
+        self.assertEqual(self.run_it("--demo", "--practice").returncode, 4)
+        self.assertEqual(self.called("tools/demo"), [str(self.root / "build/release/bin/brieflet") + " --practice"])
+
 
 if __name__ == "__main__":
     unittest.main(argv=[sys.argv[0], "-v", *sys.argv[1:]])
