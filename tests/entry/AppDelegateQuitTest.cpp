@@ -306,6 +306,21 @@ TEST_F(AppDelegateQuitTest, WhileAIRunsTheWaitIsAtLeastAMinuteAndItIsCancelledTh
     EXPECT_THAT(ends, ElementsAre(true));
 }
 
+TEST_F(AppDelegateQuitTest, ALongConversionMayTakeLongerThanTheMinuteOfAIWork) {
+    roles.holdSystemStop = true;
+    launch();
+    begin();
+    dispatch.advance(4500.0);
+    aiBusy = aiSummarizing = true;
+    (void)app->shouldTerminate();
+    dispatch.runDue();
+    dispatch.holdBackground = true;
+    roles.system->heldStop();
+    dispatch.advance(limit + 45.0 - tick);
+    EXPECT_THAT(ends, IsEmpty());
+    EXPECT_EQ(printed([this] { dispatch.advance(tick); }), "quit: gave up waiting after 65 seconds\n");
+}
+
 TEST_F(AppDelegateQuitTest, AWatchdogOfAWaitThatEndedWellDoesNothing) {
     launch();
     begin();
@@ -464,6 +479,19 @@ TEST_F(AppDelegateQuitTest, TheEndOfRecoveryDoesNotEndAQuitThatWaitsForAI) {
     aiBusy = false;
     app->aiFinished();
     EXPECT_THAT(ends, ElementsAre(false));
+}
+
+TEST_F(AppDelegateQuitTest, TheEndOfRecoveryDoesNotEndAQuitThatWaitsForARecording) {
+    make();
+    dispatch.holdBackground = true;
+    app->didFinishLaunching();
+    app->begin(false);
+    EXPECT_EQ(app->shouldTerminate(), Later);
+    dispatch.releaseBackground(); // recovery ends before the microphone has opened
+    dispatch.runDue();
+    EXPECT_THAT(ends, ElementsAre(false));
+    EXPECT_EQ(app->formsShown(), 0);
+    EXPECT_TRUE(fs::exists(meeting(u8"2025_03_07_0930_未命名")));
 }
 
 TEST_F(AppDelegateQuitTest, TheEndOfAIWorkDoesNotEndAQuitThatWaitsForRecovery) {
