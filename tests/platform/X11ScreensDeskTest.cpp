@@ -3,6 +3,7 @@
 #include "capture/ScreenShooter.h"
 #include "copy/DesktopCopy.h"
 #include "fakes/ManualScheduler.h"
+#include "platform/linux/X11Greeting.h"
 #include "platform/linux/X11Screens.h"
 
 #include <QDir>
@@ -12,6 +13,7 @@
 
 #include <future>
 #include <optional>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -19,6 +21,7 @@ using capture::Display;
 using capture::PickerWindow;
 using capture::Rect;
 using capture::ScreenContent;
+using platform::linux_desktop::X11Greeting;
 using platform::linux_desktop::X11Screens;
 using testing::ElementsAre;
 using testing::Field;
@@ -209,6 +212,34 @@ TEST_F(X11ScreensTest, AServerThatFallsSilentIsAnErrorAfterTheLimitAndIsFoundAga
     EXPECT_EQ(asking.picture(leftDisplay()).error(), text(&copy::DesktopCopy::noDisplayServer));
     server.resume();
     EXPECT_TRUE(asking.content());
+}
+
+TEST_F(X11ScreensTest, AServerThatIsSilentWhenItIsConnectedToIsAnErrorEachTimeAndIsFoundAgain) {
+    Asking asking(0.3);
+    server.pause();
+    EXPECT_EQ(asking.content().error(), text(&copy::DesktopCopy::noDisplayServer));
+    EXPECT_EQ(asking.picture(leftDisplay()).error(), text(&copy::DesktopCopy::noDisplayServer));
+    server.resume();
+    Asking patient(30);
+    ASSERT_TRUE(patient.content()) << "it is awake";
+    EXPECT_TRUE(asking.content());
+}
+
+TEST_F(X11ScreensTest, AServerThatIsSilentWhenItIsConnectedToDoesNotHoldUpTheEnd) {
+    std::optional<Asking> asking(std::in_place, 0.3);
+    server.pause();
+    EXPECT_FALSE(asking->content());
+    asking.reset(); // comes back, or the test is ended by its time limit
+    server.resume();
+}
+
+TEST_F(X11ScreensTest, WaitingForASilentServerCanBeGivenUp) {
+    server.pause();
+    X11Greeting greeting;
+    const std::jthread other([&] { greeting.cancel(); });
+    EXPECT_FALSE(greeting.wait(1e6));
+    server.resume();
+    EXPECT_FALSE(greeting.wait(1e6)) << "for good";
 }
 
 TEST_F(X11ScreensTest, ASilentServerDoesNotHoldUpTheEnd) {

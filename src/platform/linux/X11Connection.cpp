@@ -8,6 +8,7 @@
 #include <chrono>
 #include <poll.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace platform::linux_desktop {
 
@@ -41,9 +42,8 @@ const xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
 
 } // namespace
 
-std::unique_ptr<X11Connection> X11Connection::open(double replyLimitSeconds) {
-    int screen = 0;
-    std::unique_ptr<X11Connection> made(new X11Connection(xcb_connect(nullptr, &screen), screen, replyLimitSeconds));
+std::unique_ptr<X11Connection> X11Connection::open(X11Greeting::Connected connected, double replyLimitSeconds) {
+    std::unique_ptr<X11Connection> made(new X11Connection(std::move(connected), replyLimitSeconds));
     if (made->isDead() || made->m_screen == nullptr) {
         return nullptr;
     }
@@ -55,11 +55,11 @@ std::unique_ptr<X11Connection> X11Connection::open(double replyLimitSeconds) {
     return answered ? std::move(made) : nullptr;
 }
 
-X11Connection::X11Connection(xcb_connection_t* connection, int screen, double replyLimitSeconds)
-    : m_connection(connection)
+X11Connection::X11Connection(X11Greeting::Connected connected, double replyLimitSeconds)
+    : m_connection(std::move(connected.connection))
     , m_replyLimit(replyLimitSeconds) {
     if (!isDead()) {
-        m_screen = screenOf(connection, screen);
+        m_screen = screenOf(get(), connected.screen);
     }
 }
 

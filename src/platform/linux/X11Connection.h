@@ -5,6 +5,7 @@
 #pragma once
 
 #include "base/Handle.h"
+#include "platform/linux/X11Greeting.h"
 
 #include <xcb/xcb.h>
 
@@ -27,9 +28,10 @@ using X11Reply = std::expected<base::Owned<Reply, std::free>, X11Error>;
 
 class X11Connection {
 public:
-    /// Connects to $DISPLAY; nullptr when no server answers there. A reply that takes longer than `replyLimitSeconds`
-    /// ends the connection.
-    [[nodiscard]] static std::unique_ptr<X11Connection> open(double replyLimitSeconds);
+    /// Over what a greeting has brought; nullptr when no server answers there. A reply that takes longer than
+    /// `replyLimitSeconds` ends the connection.
+    [[nodiscard]] static std::unique_ptr<X11Connection> open(X11Greeting::Connected connected,
+                                                             double replyLimitSeconds);
     X11Connection(const X11Connection&) = delete;
     X11Connection& operator=(const X11Connection&) = delete;
     ~X11Connection();
@@ -59,7 +61,7 @@ public:
     void interrupt() noexcept;
 
 private:
-    X11Connection(xcb_connection_t* connection, int screen, double replyLimitSeconds);
+    X11Connection(X11Greeting::Connected connected, double replyLimitSeconds);
     [[nodiscard]] std::expected<void*, X11Error> wait(unsigned int sequence);
 
     base::Owned<xcb_connection_t, xcb_disconnect> m_connection;

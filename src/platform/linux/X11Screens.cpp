@@ -93,11 +93,15 @@ public:
         if (m_connection) {
             m_connection->interrupt();
         }
+        if (m_greeting) {
+            m_greeting->cancel();
+        }
     }
 
 private:
     /// A connection that is alive as far as is known; nullptr when no server answers.
     X11Connection* connection() {
+        std::shared_ptr<X11Greeting> greeting;
         {
             const std::scoped_lock lock(m_mutex);
             if (m_connection && !m_connection->isDead()) {
@@ -107,15 +111,25 @@ private:
             if (m_ended) {
                 return nullptr;
             }
+            if (!m_greeting) {
+                m_greeting = std::make_shared<X11Greeting>();
+            }
+            greeting = m_greeting;
         }
-        auto fresh = X11Connection::open(m_replyLimit);
+        auto greeted = greeting->wait(m_replyLimit);
+        if (!greeted) {
+            return nullptr; // a server that hangs is asked to greet once, however often it is wanted
+        }
+        auto fresh = X11Connection::open(std::move(*greeted), m_replyLimit);
         const std::scoped_lock lock(m_mutex);
+        m_greeting.reset();
         m_connection = m_ended ? nullptr : std::move(fresh);
         return m_connection.get();
     }
 
     std::mutex m_mutex; ///< over the pointer, not over what is done with it
     std::unique_ptr<X11Connection> m_connection;
+    std::shared_ptr<X11Greeting> m_greeting; ///< while a connection is being made
     bool m_ended = false;
     const double m_replyLimit;
 };
