@@ -12,6 +12,8 @@ namespace {
 
 constexpr mode_t forOthers = S_IRWXG | S_IRWXO;
 
+mode_t inheritedMask = S_IWGRP | S_IWOTH; // set once, before there are threads
+
 void openClosedStreams() {
     // A file gets the lowest free number, so that those below are taken already when it is one's turn.
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -25,9 +27,13 @@ void openClosedStreams() {
 
 void prepareProcess() {
     openClosedStreams();
-    ::umask(forOthers);
+    inheritedMask = ::umask(forOthers);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+mode_t inheritedFileMask() noexcept {
+    return inheritedMask;
 }
 
 } // namespace base

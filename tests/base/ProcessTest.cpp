@@ -92,4 +92,14 @@ TEST(ProcessDeathTest, WhatIsMadeIsForThisUserAlone) {
         ExitedWithCode(0), "");
 }
 
+TEST(ProcessDeathTest, TheMaskOfTheStartIsRemembered) {
+    EXPECT_EXIT(
+        {
+            ::umask(027);
+            base::prepareProcess();
+            endWith(base::inheritedFileMask() == 027);
+        },
+        ExitedWithCode(0), "");
+}
+
 } // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""A data root that cannot be written, and a disk that fills up in the middle."""
+"""A data root that cannot be written, a disk that fills up in the middle, and nobody at the other end of the output."""
 
 import os
 import shutil
@@ -32,6 +32,18 @@ class Trouble(harness.EndToEnd):
         self.assertIsNotNone(program.line("auto-test failed: "), program.told())
         self.assertEqual(self.home.meetings.read_text(), "mine")
         self.assertFalse(self.home.lock.exists())
+
+    def recorded_by(self, shell_line):
+        environment = os.environ | {"TARVEX_HOME": str(self.home.path)}
+        ended = subprocess.run(("bash", "-c", shell_line, harness.PROGRAM), env=environment, timeout=harness.LIMIT, check=False)
+        self.assertEqual(ended.returncode, 0)
+        self.assertEqual(harness.problems(self.home, self.home.folder), [])
+
+    def test_a_reader_that_has_gone_away_does_not_end_a_recording(self):
+        self.recorded_by('set -o pipefail; "$0" --auto-test 2 | true')
+
+    def test_without_standard_streams_nothing_printed_ends_up_in_a_track(self):
+        self.recorded_by('exec "$0" --auto-test 2 <&- >&- 2>&-')
 
     @unittest.skipUnless(mounts_of_our_own(), "no mounts of one's own here")
     def test_a_full_disk_loses_nothing_that_was_written(self):

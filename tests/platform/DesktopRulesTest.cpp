@@ -1,4 +1,6 @@
+#include "base/Files.h"
 #include "fakes/ManualScheduler.h"
+#include "fakes/TemporaryFolder.h"
 #include "platform/linux/DesktopOpener.h"
 #include "platform/linux/DesktopScreens.h"
 #include "platform/linux/PortalPicture.h"
@@ -6,6 +8,10 @@
 #include "ui/Permissions.h"
 
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace platform::linux_desktop;
@@ -90,6 +96,19 @@ TEST(DesktopOpener, OnlyGnomeHasSettingsOfWhoMaySee) {
     EXPECT_TRUE(DesktopOpener::commandsForPane(screenPane, u"KDE"_s).empty());
     EXPECT_TRUE(DesktopOpener::commandsForPane(screenPane, u""_s).empty());
     EXPECT_TRUE(DesktopOpener::commandsForPane(u"https://example.org"_s, u"GNOME"_s).empty());
+}
+
+TEST(DesktopOpener, WhatTheUserSavesInAnotherProgramIsNotMadePrivate) {
+    const fakes::TemporaryFolder folder;
+    const auto pipe = folder / "told";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const mode_t before = ::umask(077); // as this program works
+    const bool started = DesktopOpener::startFirst({{u"sh"_s, u"-c"_s, u"umask > \"$0\""_s, base::pathText(pipe)}});
+    ::umask(before);
+    ASSERT_TRUE(started);
+    std::string mask;
+    std::ifstream(pipe) >> mask;
+    EXPECT_EQ(mask, "0022");
 }
 
 TEST(DesktopOpener, TheFirstProgramThatThereIsIsStarted) {

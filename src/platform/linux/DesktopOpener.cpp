@@ -1,5 +1,6 @@
 #include "platform/linux/DesktopOpener.h"
 
+#include "base/Process.h"
 #include "ui/Permissions.h"
 
 #include <QDBusError>
@@ -38,6 +39,13 @@ bool isOneOf(const QString& desktop, const QStringList& names) {
     return false;
 }
 
+/// The shell is there for the file mode mask alone: what the user saves in that program must not become private because
+/// we are.
+bool startWithUsualModes(const QString& program, const QStringList& arguments) {
+    const QString script = u"umask "_s + QString::number(base::inheritedFileMask(), 8) + u"; exec \"$0\" \"$@\""_s;
+    return QProcess::startDetached(u"/bin/sh"_s, QStringList{u"-c"_s, script, program} + arguments);
+}
+
 } // namespace
 
 DesktopOpener::DesktopOpener(DesktopBus& session, base::Scheduler& main, Start start)
@@ -71,7 +79,7 @@ bool DesktopOpener::openPane(const QString& pane) {
 bool DesktopOpener::startFirst(const std::vector<Command>& commands) {
     for (const Command& command : commands) {
         const QString program = QStandardPaths::findExecutable(command.front());
-        if (!program.isEmpty() && QProcess::startDetached(program, command.sliced(1))) {
+        if (!program.isEmpty() && startWithUsualModes(program, command.sliced(1))) {
             return true;
         }
     }
