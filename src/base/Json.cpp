@@ -133,6 +133,60 @@ Json readDocument(QByteArrayView bytes) {
     return std::move(found.front());
 }
 
+QByteArrayView withoutByteOrderMark(QByteArrayView bytes) {
+    constexpr QByteArrayView mark("\xEF\xBB\xBF");
+    return bytes.startsWith(mark) ? bytes.sliced(mark.size()) : bytes;
+}
+
+namespace dom = simdjson::dom;
+
+/// The member that counts of several with one key: the last.
+simdjson::simdjson_result<dom::element> lastMember(const dom::object& object, std::string_view key) {
+    simdjson::simdjson_result<dom::element> found(simdjson::NO_SUCH_FIELD);
+    for (const auto& [name, value] : object) {
+        if (name == key) {
+            found = simdjson::simdjson_result<dom::element>(dom::element(value));
+        }
+    }
+    return found;
+}
+
+/// A parser that stops at a depth where readDocument has not yet had enough.
+dom::parser quickParser() {
+    dom::parser parser;
+    if (const auto error = parser.allocate(0, Json::maxDepth / 2)) {
+        throw simdjson::simdjson_error(error);
+    }
+    return parser;
+}
+
+using VisitText = std::function<void(std::string_view)>;
+
+void visitTextAt(const dom::object& object, std::string_view key, const VisitText& visit) {
+    std::string_view text;
+    if (lastMember(object, key).get(text) == simdjson::SUCCESS) {
+        visit(text);
+    }
+}
+
+/// visitTexts for what only readDocument takes, such as numbers beyond all ranges.
+bool visitTextsOfValues(QByteArrayView bytes, std::string_view array, std::string_view member, const VisitText& visit) {
+    const auto root = parseJson(bytes);
+    const Json* found = root ? root->find(text(array)) : nullptr;
+    const Json::Array* elements = found != nullptr ? found->toArray() : nullptr;
+    if (elements == nullptr) {
+        return false;
+    }
+    for (const Json& element : *elements) {
+        const Json* value = element.find(text(member));
+        if (const auto words = value != nullptr ? value->toString() : std::nullopt) {
+            const QByteArray utf8 = words->toUtf8();
+            visit({utf8.constData(), static_cast<std::size_t>(utf8.size())});
+        }
+    }
+    return true;
+}
+
 void escape(QByteArray& out, QStringView value) {
     out += '"';
     for (const char c : value.toUtf8()) {
@@ -373,12 +427,8 @@ void Json::remove(QStringView key) {
 }
 
 std::expected<Json, JsonError> parseJson(QByteArrayView bytes) {
-    constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
-    if (bytes.startsWith(byteOrderMark)) {
-        bytes = bytes.sliced(byteOrderMark.size());
-    }
     try {
-        return readDocument(bytes);
+        return readDocument(withoutByteOrderMark(bytes));
     } catch (const simdjson::simdjson_error& error) {
         return std::unexpected(JsonError{QString::fromUtf8(error.what())});
     } catch (const TooDeep&) {
@@ -386,6 +436,33 @@ std::expected<Json, JsonError> parseJson(QByteArrayView bytes) {
     } catch (const std::bad_alloc&) {
         return std::unexpected(JsonError{u"out of memory"_s});
     }
+}
+
+bool visitTexts(QByteArrayView bytes, std::string_view array, std::string_view member,
+                const std::function<void(std::string_view text)>& visit) {
+    // A parser keeps room for the largest file that it has seen: fine for usual files, and not for huge ones.
+    constexpr qsizetype usualSize = 1 << 20;
+    dom::array elements;
+    dom::parser own;
+    try {
+        static thread_local dom::parser kept = quickParser();
+        if (bytes.size() > usualSize) {
+            own = quickParser();
+        }
+        dom::parser& parser = bytes.size() > usualSize ? own : kept;
+        const QByteArrayView plain = withoutByteOrderMark(bytes);
+        const auto root = parser.parse(plain.data(), static_cast<std::size_t>(plain.size()));
+        elements = lastMember(root.get_object(), array).get_array();
+    } catch (const simdjson::simdjson_error&) {
+        return visitTextsOfValues(bytes, array, member, visit);
+    }
+    for (const dom::element element : elements) {
+        dom::object object;
+        if (element.get(object) == simdjson::SUCCESS) {
+            visitTextAt(object, member, visit);
+        }
+    }
+    return true;
 }
 
 QByteArray writeJson(const Json& value, KeyOrder order) {

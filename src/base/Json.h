@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -108,6 +109,12 @@ struct JsonError {
 };
 
 [[nodiscard]] std::expected<Json, JsonError> parseJson(QByteArrayView bytes);
+
+/// Visits, in their order, the texts at `member` of the objects in the array at `array`: what parseJson and find give,
+/// without making values of all the rest. UTF-8; valid during the call. False, and nothing visited, if the bytes are no
+/// object with such an array.
+[[nodiscard]] bool visitTexts(QByteArrayView bytes, std::string_view array, std::string_view member,
+                              const std::function<void(std::string_view text)>& visit);
 
 enum class KeyOrder { Sorted, AsGiven };
 /// Ends without a line end, as the files always have.

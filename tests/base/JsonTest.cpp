@@ -125,4 +125,70 @@ TEST(Json, AByteOrderMarkWithinATextStaysThere) {
     EXPECT_EQ(base::writeCompactJson(*json), bytes);
 }
 
+// --- Texts alone
+
+/// What visitTexts finds, and what parseJson and find give; nullopt where there is no such array.
+std::optional<QByteArrayList> visited(const QByteArray& bytes) {
+    QByteArrayList texts;
+    const bool isThere = base::visitTexts(bytes, "list", "text", [&](std::string_view text) {
+        texts.append(QByteArray(text.data(), static_cast<qsizetype>(text.size())));
+    });
+    return isThere ? std::optional(texts) : std::nullopt;
+}
+
+std::optional<QByteArrayList> found(const QByteArray& bytes) {
+    const auto root = base::parseJson(bytes);
+    const Json* list = root ? root->find(u"list") : nullptr;
+    if (list == nullptr || !list->isArray()) {
+        return std::nullopt;
+    }
+    QByteArrayList texts;
+    for (const Json& element : *list->toArray()) {
+        const Json* text = element.find(u"text");
+        if (text != nullptr && text->isString()) {
+            texts.append(text->toString()->toUtf8());
+        }
+    }
+    return texts;
+}
+
+TEST(JsonVisitTest, TextsOfObjectsInTheArrayAreVisitedInTheirOrder) {
+    const char* bytes = R"({"a": 1, "list": [{"text": "one", "x": {"text": "no"}}, "two", {"text": 3}, [], null,
+                            {"text": "\u00e9\"\n"}], "text": "no"})";
+    EXPECT_EQ(visited(bytes), (QByteArrayList{"one", "é\"\n"}));
+}
+
+TEST(JsonVisitTest, OfEqualKeysTheLastCounts) {
+    EXPECT_EQ(visited(R"({"list": [{"text": "a"}], "list": [{"text": "b", "text": "c"}]})"), QByteArrayList{"c"});
+    EXPECT_EQ(visited(R"({"list": [{"text": "a", "text": 1}]})"), QByteArrayList{});
+    EXPECT_EQ(visited(R"({"list": [], "list": {}})"), std::nullopt);
+}
+
+TEST(JsonVisitTest, TakesAndRefusesWhatParsingDoes) {
+    const QByteArray deep = QByteArray(400, '[') + QByteArray(400, ']');
+    const QByteArray tooDeep = QByteArray(600, '[') + QByteArray(600, ']');
+    const QByteArrayList files{"",
+                               "{",
+                               "[]",
+                               "null",
+                               "{}",
+                               R"({"list": {}})",
+                               R"({"list": [)",
+                               R"({"list": [{"text": "a"}]})",
+                               "\xEF\xBB\xBF{\"list\": [{\"text\": \"\xEF\xBB\xBF\"}]}",
+                               R"({"list": [{"text": "a"}]} x)",
+                               R"({"list": [{"text": "a"}], "n": 1e999})",
+                               R"({"list": [{"text": "a"}], "n": 123456789012345678901234567890})",
+                               R"({"list": [{"text": "a"}], "n": 01})",
+                               R"({"list": [{"text": "a"}], "n": nul})",
+                               R"({"list": [{"text": "\ud83d"}]})",
+                               "{\"list\": [{\"text\": \"\xFF\"}]}",
+                               "{\"list\": [{\"text\": \"\n\"}]}",
+                               "{\"list\": [{\"text\": \"a\"}], \"n\": " + deep + "}",
+                               "{\"list\": [{\"text\": \"a\"}], \"n\": " + tooDeep + "}"};
+    for (const QByteArray& bytes : files) {
+        EXPECT_EQ(visited(bytes), found(bytes)) << bytes.left(80).constData();
+    }
+}
+
 } // namespace
