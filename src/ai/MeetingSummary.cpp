@@ -52,7 +52,8 @@ std::optional<Action> actionFrom(const base::Json& element) {
     }
     Action action{
         .who = textAt(element, u"who", readText), .what = std::move(*what), .due = textAt(element, u"due", readText)};
-    action.mine = boolAt(element, u"mine").value_or(MeetingSummary::isOwnName(action.who));
+    const auto mine = boolAt(element, u"mine");
+    action.mine = mine ? *mine : MeetingSummary::isOwnName(action.who); // which asks the system for the user's name
     return action;
 }
 

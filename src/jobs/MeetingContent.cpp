@@ -28,15 +28,6 @@ QString haystackOf(const QString& notes, const QString& summary, const SearchTex
     return notes + u'\n' + summary + u'\n' + lines.join(u'\n');
 }
 
-QString summaryText(const store::MeetingRecord& record) {
-    if (record.practice) {
-        const auto advice = coach(record);
-        return advice.isReady() ? advice.value()->plainText() : QString();
-    }
-    const auto found = summary(record);
-    return found.isReady() ? found.value()->plainText(copy::MainCopy::current()) : QString();
-}
-
 /// `position` moved by up to `count` characters, no further than the text goes.
 template<typename Step>
 qsizetype moved(QStringView text, qsizetype position, int count, Step step) {
@@ -85,6 +76,15 @@ SearchText::SearchText(QString notes, QString summary, Segments transcript)
     , m_transcript(std::move(transcript))
     , m_haystack(haystackOf(m_notes, m_summary, m_transcript))
     , m_foldedHaystack(TextSearch::folded(m_haystack)) {}
+
+QString summaryText(const store::MeetingRecord& record) {
+    if (record.practice) {
+        const auto advice = coach(record);
+        return advice.isReady() ? advice.value()->plainText() : QString();
+    }
+    const auto found = summary(record);
+    return found.isReady() ? found.value()->plainText(copy::MainCopy::current()) : QString();
+}
 
 SearchText searchText(const store::MeetingRecord& record) {
     const auto spoken = transcript(record);

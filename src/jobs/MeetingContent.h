@@ -61,6 +61,9 @@ private:
 /// Reads the files of the meeting. What is missing or not understood is empty.
 [[nodiscard]] SearchText searchText(const store::MeetingRecord& record);
 
+/// The summary of a meeting, or the advice on a practice take, as plain text; empty if there is none.
+[[nodiscard]] QString summaryText(const store::MeetingRecord& record);
+
 /// Part of a text around a hit.
 struct Snippet {
     QString text;
