@@ -1,6 +1,12 @@
 #include "base/Process.h"
 
+#include <QByteArray>
+#include <QDateTime>
+#include <QTimeZone>
+
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <initializer_list>
 #include <sys/stat.h>
@@ -23,10 +29,36 @@ void openClosedStreams() {
     }
 }
 
+QByteArray twoDigits(int number) {
+    return QByteArray::number(number).rightJustified(2, '0');
+}
+
+/// As TZ has it, where west of Greenwich is plus.
+QByteArray zoneOfOffset(int secondsEast) {
+    const int minutes = std::abs(secondsEast) / 60;
+    return (secondsEast > 0 ? "<LOC>-" : "<LOC>+") + twoDigits(minutes / 60) + ':' + twoDigits(minutes % 60);
+}
+
+void nameTheTimeZone() {
+    if (QTimeZone::systemTimeZone().isValid()) {
+        return;
+    }
+    constexpr QByteArrayView folderOfZones("zoneinfo/");
+    const QByteArray path = qgetenv("TZ");
+    const qsizetype found = path.lastIndexOf(folderOfZones);
+    const QByteArray name = found < 0 ? QByteArray() : path.sliced(found + folderOfZones.size());
+    // Without a name what the clocks show now is the best there is.
+    const QByteArray zone =
+        QTimeZone(name).isValid() ? name : zoneOfOffset(QDateTime::currentDateTime().offsetFromUtc());
+    qputenv("TZ", zone);
+    ::tzset();
+}
+
 } // namespace
 
 void prepareProcess() {
     openClosedStreams();
+    nameTheTimeZone();
     inheritedMask = ::umask(forOthers);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

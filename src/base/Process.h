@@ -10,7 +10,9 @@ namespace base {
 ///   - a reader that goes away, of our output or at the end of a pipe, and a file that may not grow any more are errors
 ///     of the write and not the end of the program;
 ///   - standard streams that came closed lead nowhere: the next file opened would get their number otherwise, and
-///     what is printed would end up in a recording.
+///     what is printed would end up in a recording;
+///   - a time zone that is named in a way Qt does not understand, as by the path of its file, gets a name that it does:
+///     without a zone there are no dates, and dates are the names of recordings.
 void prepareProcess();
 
 /// The file mode mask that this process was started with, for programs that are not ours: what the user saves in them

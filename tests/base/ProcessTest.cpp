@@ -3,11 +3,15 @@
 #include "base/Output.h"
 #include "fakes/TemporaryFolder.h"
 
+#include <QDateTime>
+#include <QTimeZone>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -90,6 +94,33 @@ TEST(ProcessDeathTest, WhatIsMadeIsForThisUserAlone) {
             endWith(::umask(0) == 077);
         },
         ExitedWithCode(0), "");
+}
+
+[[noreturn]] void nameZone(const char* variable, const char* expected) {
+    ::setenv("TZ", variable, 1);
+    base::prepareProcess();
+    const QDateTime winter(QDate(2025, 1, 7), QTime(1, 30), Qt::UTC);
+    const auto shown = winter.toTimeZone(QTimeZone::systemTimeZone());
+    ::fputs(shown.toString(Qt::ISODate).toUtf8().constData(), stderr);
+    endWith(qgetenv("TZ") == expected);
+}
+
+TEST(ProcessDeathTest, ATimeZoneNamedByItsFileIsKnown) {
+    EXPECT_EXIT(nameZone("/usr/share/zoneinfo/Asia/Taipei", "Asia/Taipei"), ExitedWithCode(0),
+                "2025-01-07T09:30:00.08:00");
+    EXPECT_EXIT(nameZone(":/usr/share/zoneinfo/America/New_York", "America/New_York"), ExitedWithCode(0),
+                "2025-01-06T20:30:00-05:00");
+}
+
+TEST(ProcessDeathTest, ATimeZoneThatThereIsNotShowsWhatTheClocksShow) {
+    EXPECT_EXIT(nameZone("Nowhere/At_All", "<LOC>+00:00"), ExitedWithCode(0), "2025-01-07T01:30:00.00:00");
+    const fakes::TemporaryFolder folder;
+    base::fs::copy_file("/usr/share/zoneinfo/Asia/Kolkata", folder / "zone");
+    EXPECT_EXIT(nameZone((folder / "zone").c_str(), "<LOC>-05:30"), ExitedWithCode(0), "2025-01-07T07:00:00.05:30");
+}
+
+TEST(ProcessDeathTest, ATimeZoneThatIsKnownKeepsItsName) {
+    EXPECT_EXIT(nameZone("CST-8", "CST-8"), ExitedWithCode(0), "2025-01-07T09:30:00.08:00");
 }
 
 TEST(ProcessDeathTest, TheMaskOfTheStartIsRemembered) {
