@@ -29,7 +29,7 @@ std::optional<Json> PreferenceStore::value(const QString& key) const {
         if (unwritten->second) {
             return unwritten->second;
         }
-    } else if (const Json stored{load()}; const Json* found = stored.find(key)) {
+    } else if (const Json stored{load()}; const Json* found = stored.find(key); found != nullptr && !found->isNull()) {
         return *found;
     }
     const auto registered = m_defaults.find(key);

@@ -39,6 +39,14 @@ TEST_F(PreferenceStoreTest, DefaultsCountWhileNothingIsStoredAndAreNotWritten) {
     EXPECT_TRUE(store.boolean(u"on"_s));
 }
 
+TEST_F(PreferenceStoreTest, ANullWrittenByHandIsNothingStored) {
+    store.registerDefault(u"on"_s, Json(true));
+    store.set(u"other"_s, Json(true));
+    ASSERT_TRUE(replaceFile(file, R"({"on": null})"));
+    EXPECT_TRUE(store.boolean(u"on"_s));
+    EXPECT_EQ(store.value(u"nothing"_s), std::nullopt);
+}
+
 TEST_F(PreferenceStoreTest, ANumberCountsAsABoolean) {
     store.set(u"a"_s, Json::integer(0));
     store.set(u"b"_s, Json::integer(1));
