@@ -29,8 +29,11 @@ std::optional<Json> PreferenceStore::value(const QString& key) const {
         if (unwritten->second) {
             return unwritten->second;
         }
-    } else if (const Json stored{load()}; const Json* found = stored.find(key); found != nullptr && !found->isNull()) {
-        return *found;
+    } else {
+        const Json stored{load()};
+        if (const Json* found = stored.find(key); found != nullptr && !found->isNull()) {
+            return *found;
+        }
     }
     const auto registered = m_defaults.find(key);
     return registered == m_defaults.end() ? std::nullopt : std::optional(registered->second);
