@@ -1,6 +1,5 @@
 #include "adapter/Settings.h"
 
-#include "ai/ProcessRunner.h"
 #include "base/Environment.h"
 #include "base/Files.h"
 

@@ -5,7 +5,6 @@
 #include "adapter/CommandLine.h"
 #include "adapter/Settings.h"
 #include "adapter/Transcription.h"
-#include "ai/ProcessRunner.h"
 #include "base/Environment.h"
 #include "media/AudioReader.h"
 
