@@ -187,6 +187,22 @@ TEST_F(SoundFeedTest, WhatFollowsAHoleHasItsTrueMoment) {
     EXPECT_NEAR(momentOf(10 * block + 1), begin + 10 * blockSeconds + 3, precise);
 }
 
+TEST_F(SoundFeedTest, SoundThatComesAtOnceAfterAStandstillIsDeliveredWholeAtItsPlace) {
+    auto feed = make();
+    feed.start(begin);
+    settle(feed);
+    const auto stored = std::lround((SoundFeed::longestKept + 1) / blockSeconds);
+    const std::vector<std::byte> sound(static_cast<std::size_t>(2 * block));
+    now += static_cast<double>(stored) * blockSeconds;
+    for (long count = 0; count < stored; ++count) {
+        feed.arrived(now, sound, block);
+    }
+    feed.told(now, 0);
+    EXPECT_EQ(static_cast<long>(heard.samples.size()), (10 + stored) * block);
+    EXPECT_TRUE(continuous());
+    EXPECT_NEAR(heard.moments.back(), now - 1 / rate, precise);
+}
+
 TEST_F(SoundFeedTest, SoundThatIsYetToBeHeardHasTheMomentAtWhichItWillBe) {
     auto feed = make();
     feed.start(begin);

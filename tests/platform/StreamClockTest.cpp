@@ -174,6 +174,19 @@ TEST_F(StreamClockTest, SoundThatIsOnlyDelayedStaysWhereItBelongs) {
     EXPECT_NEAR(clock.moment(clock.frames()), device.heard(), precise);
 }
 
+TEST_F(StreamClockTest, SoundThatComesAtOnceAfterAStandstillWaitsForAWord) {
+    device.arrive(settling);
+    const int stored = static_cast<int>(std::lround(3 / blockSeconds));
+    for (int left = stored - 1; left >= 0; --left) {
+        device.arrive(left * blockSeconds, false); // all at the same moment
+    }
+    EXPECT_FALSE(clock.settled());
+    clock.told(device.heard(), 0);
+    EXPECT_TRUE(clock.settled());
+    EXPECT_NEAR(clock.moment(clock.frames()), device.heard(), precise);
+    EXPECT_NEAR(clock.moment(0), begin, precise);
+}
+
 TEST_F(StreamClockTest, ADelayThatStaysIsDoubtedOnce) {
     device.arrive(settling);
     int doubts = 0;

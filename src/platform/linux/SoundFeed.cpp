@@ -37,11 +37,17 @@ void SoundFeed::arrived(double now, std::span<const std::byte> samples, std::int
     // Lost sound is silence: its length is known, and what follows must not move.
     m_kept.push_back({firstFrame, {samples.begin(), samples.end()}});
     m_kept.back().samples.resize(bytes);
+    if (!m_started) {
+        dropOldest();
+    }
+    deliverKept();
+}
+
+void SoundFeed::dropOldest() {
     const auto oldestFrame = m_clock.frames() - static_cast<std::int64_t>(longestKept * m_format.sampleRate);
     while (m_kept.front().firstFrame < oldestFrame) {
         m_kept.pop_front();
     }
-    deliverKept();
 }
 
 void SoundFeed::told(double now, double latency) {

@@ -4,7 +4,8 @@
 //   Units    seconds on the host clock
 //   Threads  none of its own: one at a time
 //   Errors   none
-//   Memory   what arrives before start() or before its moment is known is kept, up to `longestKept`
+//   Memory   what arrives before start() is kept, up to `longestKept`, and what arrives before its moment is known: no
+//            more than the server had in store after a standstill
 #pragma once
 
 #include "capture/AudioBlock.h"
@@ -26,7 +27,7 @@ public:
     static constexpr double leadInSeconds = 0.2;
     /// The lead-in comes in pieces, so that what lies before the beginning of a track can be dropped. Seconds.
     static constexpr double leadInPieceSeconds = 0.002;
-    /// Of what arrives before it may be delivered the newest is kept. Seconds.
+    /// Of what arrives before start() the newest is kept. Seconds.
     static constexpr double longestKept = 2.0;
 
     using OnBlock = std::function<void(const capture::AudioBlock&)>;
@@ -57,6 +58,7 @@ private:
         std::vector<std::byte> samples;
     };
 
+    void dropOldest();
     void deliverKept();
     void deliver(std::int64_t firstFrame, std::span<const std::byte> samples);
     void join(double firstMoment);

@@ -25,14 +25,16 @@ void StreamClock::arrived(double now, std::int64_t frames) {
     const auto first = std::exchange(m_frames, m_frames + frames);
     const double byArrival = now - seconds(m_frames);
     if (!m_doubt && byArrival - m_byArrival > gapSeconds) {
-        m_doubt = Doubt{.from = first, .words = {}}; // late: lost in part, or only delayed
+        m_doubt = Doubt{.from = first, .since = {}, .words = {}}; // late: lost in part, or only delayed
     }
     if (!m_doubt) {
         m_byArrival = std::min(m_byArrival, byArrival);
         return;
     }
     m_doubt->byArrival = std::min(m_doubt->byArrival.value_or(byArrival), byArrival);
-    if (seconds(m_frames - m_doubt->from) >= patienceSeconds) {
+    // By the clock and not by the sound: after a standstill the sound of seconds can come at once, before any word.
+    m_doubt->since = m_doubt->since.value_or(now - seconds(frames));
+    if (now - *m_doubt->since >= patienceSeconds - seconds(1) / 2) {
         settle();
     }
 }
@@ -44,7 +46,7 @@ void StreamClock::told(double now, double latency) {
     }
     const double origin = now - latency - seconds(m_frames);
     if (!m_doubt && isHole(origin)) {
-        m_doubt = Doubt{.from = m_frames, .words = {}};
+        m_doubt = Doubt{.from = m_frames, .since = {}, .words = {}};
     }
     if (!m_doubt) {
         return;

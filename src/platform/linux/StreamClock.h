@@ -19,7 +19,7 @@ public:
     static constexpr double gapSeconds = 0.1;
     /// Words that have to agree on a hole.
     static constexpr std::size_t gapWords = 3;
-    /// Without enough words, so much sound is waited through and then placed by its arrival. Seconds.
+    /// So long enough words are waited for; then sound is placed by its arrival. Seconds.
     static constexpr double patienceSeconds = 0.5;
     /// Between two words while nothing is in doubt. Seconds of sound.
     static constexpr double wordInterval = 1.0;
@@ -48,6 +48,7 @@ public:
 private:
     struct Doubt {
         std::int64_t from = 0;             ///< the first frame whose moment is not known
+        std::optional<double> since;       ///< when the first of these frames was heard, if it had come without delay
         std::vector<double> words;         ///< where frame 0 lies by each word since
         std::optional<double> byArrival{}; ///< the same if the frames had arrived without any delay
     };
