@@ -4,6 +4,7 @@
 #include "capture/MicCapture.h"
 #include "capture/ScreenShooter.h"
 #include "capture/SystemAudioCapture.h"
+#include "capture/TrackGate.h"
 
 #include <utility>
 
@@ -15,11 +16,17 @@ namespace {
 
 class WriterTrack final : public Track {
 public:
-    explicit WriterTrack(std::shared_ptr<capture::AudioTrackWriter> writer) : m_writer(std::move(writer)) {}
+    WriterTrack(std::shared_ptr<capture::AudioTrackWriter> writer, double startHost)
+        : m_writer(std::move(writer))
+        , m_gate(std::make_shared<capture::TrackGate>(m_writer, startHost)) {}
 
     [[nodiscard]] const fs::path& url() const override { return m_writer->url(); }
 
     void discard() override { m_writer->discard(); }
+
+    void endAt(double hostSeconds) override { m_gate->close(hostSeconds); }
+
+    void awaitEnd() override { m_gate->waitForEnd(longestOnItsWay); }
 
     [[nodiscard]] double finish(double totalSeconds) override { return m_writer->finish(totalSeconds); }
 
@@ -27,10 +34,14 @@ public:
 
     [[nodiscard]] std::optional<double> takeLevelDB() override { return m_writer->takeLevelDB(); }
 
-    [[nodiscard]] std::shared_ptr<capture::CaptureSink> sink() const override { return m_writer; }
+    [[nodiscard]] std::shared_ptr<capture::CaptureSink> sink() const override { return m_gate; }
 
 private:
+    /// Sources hand over a tenth of a second at a time; one that is late has failed. Seconds.
+    static constexpr double longestOnItsWay = 0.3;
+
     std::shared_ptr<capture::AudioTrackWriter> m_writer;
+    std::shared_ptr<capture::TrackGate> m_gate;
 };
 
 class CaptureMicrophone final : public Microphone {
@@ -90,7 +101,7 @@ std::expected<std::shared_ptr<Track>, QString> CaptureRoles::makeTrack(const fs:
     if (!writer) {
         return std::unexpected(writer.error().text);
     }
-    return std::make_shared<WriterTrack>(*std::move(writer));
+    return std::make_shared<WriterTrack>(*std::move(writer), startHost);
 }
 
 std::shared_ptr<Microphone> CaptureRoles::makeMicrophone(const std::shared_ptr<Track>& track) {

@@ -32,6 +32,10 @@ public:
     [[nodiscard]] virtual const std::filesystem::path& url() const = 0;
     /// Closes and deletes the file. Any thread but the track's own.
     virtual void discard() = 0;
+    /// Sound captured after `hostSeconds` is not taken any more. Any thread.
+    virtual void endAt(double hostSeconds) = 0;
+    /// Waits, not for long, for the sound up to the moment of endAt that is still on its way. Never on the main thread.
+    virtual void awaitEnd() = 0;
     /// Pads the track to `totalSeconds`, closes it and returns its length in seconds. Any thread but the track's own.
     [[nodiscard]] virtual double finish(double totalSeconds) = 0;
     [[nodiscard]] virtual capture::TrackHealth health() = 0;       ///< any thread but the track's own

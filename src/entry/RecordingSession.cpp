@@ -355,13 +355,16 @@ void RecordingSession::stop(std::function<void(double)> onConverting,
     m_shotTimer.reset();
     m_meterTimer.reset();
     m_healthTimer.reset();
+    const double now = m_services.hostClock.now();
+    m_micTrack->endAt(now);
+    m_systemTrack->endAt(now);
     auto stop = std::make_shared<Stop>();
     stop->onConverting = std::move(onConverting);
     stop->completion = std::move(completion);
     stop->result = {.folder = m_folder,
                     .start = m_startDate,
                     .end = m_services.wallClock.now(),
-                    .duration = elapsed(),
+                    .duration = now - m_startHost,
                     .screenshotsEnabled = m_autoShotsEverOn,
                     .micSeconds = 0,
                     .systemSeconds = std::nullopt,
@@ -383,6 +386,10 @@ void RecordingSession::writeFinishedRecord(const Stop& stop) {
 
 void RecordingSession::stopSources(const std::shared_ptr<Stop>& stop) {
     stop->result.shots = m_shooter ? m_shooter->stop() : 0;
+    m_micTrack->awaitEnd(); // what was said up to the stop is on its way still
+    if (m_systemRunning) {
+        m_systemTrack->awaitEnd();
+    }
     m_mic->stop();
     m_system->stop([self = shared_from_this(), stop] { self->finishTracks(stop); });
 }

@@ -547,9 +547,9 @@ TEST_F(RecordingSessionTest, StopsInTheToldOrder) {
     const auto before = log.steps.size();
     stop();
     EXPECT_THAT(stepsSince(before),
-                ElementsAre("write meta", "stop shooter", "stop mic", "stop system", "finish mic", "finish system",
-                            "convert mic.caf", "make durable mic.m4a", "remove mic.caf", "convert system.caf",
-                            "make durable system.m4a", "remove system.caf", "remove lock"));
+                ElementsAre("write meta", "stop shooter", "await mic", "await system", "stop mic", "stop system",
+                            "finish mic", "finish system", "convert mic.caf", "make durable mic.m4a", "remove mic.caf",
+                            "convert system.caf", "make durable system.m4a", "remove system.caf", "remove lock"));
     EXPECT_EQ(stopped.size(), 1U);
 }
 
@@ -620,7 +620,7 @@ TEST_F(RecordingSessionTest, SystemSoundIsStoppedEvenIfItNeverRan) {
     const auto before = log.steps.size();
     stop();
     EXPECT_THAT(stepsSince(before),
-                ElementsAre("write meta", "stop mic", "stop system", "finish mic", "convert mic.caf",
+                ElementsAre("write meta", "await mic", "stop mic", "stop system", "finish mic", "convert mic.caf",
                             "make durable mic.m4a", "remove mic.caf", "remove lock"));
     EXPECT_EQ(stopped.at(0).shots, 0);
 }
@@ -746,7 +746,7 @@ TEST_F(RecordingCutOffTest, EveryMomentOfTheStopLeavesBothTracksAndAnEnd) {
     };
     stop();
     EXPECT_EQ(cuts, stepsSince(before));
-    EXPECT_EQ(cuts.size(), 13U);
+    EXPECT_EQ(cuts.size(), 15U);
 }
 
 TEST_F(RecordingCutOffTest, EveryMomentOfAStopWhoseConversionsFailKeepsTheSound) {

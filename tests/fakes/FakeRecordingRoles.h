@@ -45,6 +45,10 @@ struct FakeTrack final : entry::Track {
         std::filesystem::remove(path);
     }
 
+    void endAt(double hostSeconds) override { endedAt = hostSeconds; }
+
+    void awaitEnd() override { log.add("await " + label); }
+
     [[nodiscard]] double finish(double totalSeconds) override {
         log.add("finish " + label);
         finishedWith = totalSeconds;
@@ -62,6 +66,7 @@ struct FakeTrack final : entry::Track {
     std::string label;
     double startHost;
     bool discarded = false;
+    std::optional<double> endedAt;
     std::optional<double> finishedWith;
     std::optional<double> lengthAtFinish;
     capture::TrackHealth healthNow;

@@ -215,20 +215,6 @@ TEST_F(SoundFeedTest, SoundThatIsYetToBeHeardHasTheMomentAtWhichItWillBe) {
     EXPECT_NEAR(heard.moments.back() + 1 / rate, now + 0.05, precise);
 }
 
-TEST_F(SoundFeedTest, SoundThatIsYetToBeHeardIsPassedOnWithTheStampOfNow) {
-    const base::MonotonicClock clock;
-    std::vector<double> stamps;
-    const auto pass =
-        neverAheadOfNow([&](const capture::AudioBlock& passed) { stamps.push_back(passed.stampSeconds); });
-    const double before = clock.now();
-    pass({mono, {}, before - 5});
-    pass({mono, {}, before + 3600});
-    ASSERT_EQ(stamps.size(), 2u);
-    EXPECT_EQ(stamps[0], before - 5);
-    EXPECT_GE(stamps[1], before);
-    EXPECT_LE(stamps[1], clock.now());
-}
-
 TEST_F(SoundFeedTest, TheEndDeliversWhatWaitedForItsMoment) {
     auto feed = make();
     feed.start(begin);

@@ -4,6 +4,7 @@
 #include "platform/linux/PulseInputWatch.h"
 #include "platform/linux/PulseRecording.h"
 #include "platform/linux/SoundFeed.h"
+#include "platform/linux/UntilHeard.h"
 
 #include <utility>
 
@@ -25,12 +26,13 @@ public:
         : m_loop(std::move(loop))
         , m_connection(std::move(connection))
         , m_handlers(std::move(handlers))
-        , m_feed(format, neverAheadOfNow(m_handlers.onBlock))
+        , m_feed(format, [this](const capture::AudioBlock& block) { m_heard.pass(block); })
         , m_replaced(replaced ? replaced->m_delivered : nullptr) {}
 
     ~PulseInputStream() override {
         const PulseLoop::Lock lock(*m_loop);
         m_feed.finish();
+        m_heard.finish();
         *m_delivered = m_feed.deliveredUntil();
         m_recording.reset();
         m_connection.reset();
@@ -59,6 +61,8 @@ private:
 
     // Touched with the loop's lock held.
     capture::AudioInput::Handlers m_handlers;
+    base::MonotonicClock m_clock;
+    UntilHeard m_heard{m_clock, m_handlers.onBlock};
     SoundFeed m_feed;
     /// The end of what was delivered, known when the stream has ended; outlives it for the one that replaces it.
     std::shared_ptr<std::optional<double>> m_delivered = std::make_shared<std::optional<double>>();

@@ -4,6 +4,7 @@
 #include "copy/DesktopCopy.h"
 #include "platform/linux/PulseMonitor.h"
 #include "platform/linux/PulseOwnSound.h"
+#include "platform/linux/UntilHeard.h"
 
 #include <utility>
 
@@ -24,8 +25,9 @@ public:
                    .channels = settings.channelCount}
         , m_excludesOwn(settings.excludesCurrentProcessAudio)
         , m_handlers(std::move(handlers))
-        , m_ownSound(*m_loop, m_format, neverAheadOfNow([this](const capture::AudioBlock& block) { deliver(block); }),
-                     [this] { checkSoon(); }) {
+        , m_ownSound(
+              *m_loop, m_format, [this](const capture::AudioBlock& block) { m_heard.pass(block); },
+              [this] { checkSoon(); }) {
         if (!m_excludesOwn) {
             m_ownSound.passAll();
         }
@@ -228,6 +230,7 @@ private:
         m_closed = true;
         m_monitor.reset();
         m_ownSound.finish();
+        m_heard.finish();
         m_connection.reset();
     }
 
@@ -255,6 +258,8 @@ private:
     capture::SystemAudioSource::Handlers m_handlers;
     bool m_silent = false;
 
+    base::MonotonicClock m_clock;
+    UntilHeard m_heard{m_clock, [this](const capture::AudioBlock& block) { deliver(block); }};
     PulseOwnSound m_ownSound; // calls out, so it comes last
 };
 

@@ -1,17 +1,9 @@
 #include "platform/linux/SoundFeed.h"
 
-#include "base/HostClock.h"
-
 #include <algorithm>
 #include <cmath>
 
 namespace platform::linux_desktop {
-
-SoundFeed::OnBlock neverAheadOfNow(SoundFeed::OnBlock onBlock) {
-    return [onBlock = std::move(onBlock)](const capture::AudioBlock& block) {
-        onBlock({block.format, block.data, std::min(block.stampSeconds, base::MonotonicClock().now())});
-    };
-}
 
 SoundFeed::SoundFeed(capture::AudioFormat format, OnBlock onBlock)
     : m_format(format)

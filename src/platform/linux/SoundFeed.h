@@ -75,7 +75,4 @@ private:
     std::optional<double> m_deliveredUntil;
 };
 
-/// Passes blocks on to `onBlock`, those that are yet to be heard with the stamp of now.
-[[nodiscard]] SoundFeed::OnBlock neverAheadOfNow(SoundFeed::OnBlock onBlock);
-
 } // namespace platform::linux_desktop
