@@ -19,8 +19,8 @@ PRESENT = 0.6  # correlation of a sentence with the track that holds it, however
 ABSENT = 0.35  # the most that a sentence has in common with a track that does not hold it; other speech reaches 0.2
 PLACE_TOLERANCE = 0.15  # seconds; the stamps of a busy sound server are off by some hundredths
 SEARCH = 1.5  # seconds to either side of its place in which a sentence is looked for
-SHORTER = 0.06  # seconds by which a track may fall short of meta.json's duration, which is rounded to a tenth
-LONGER = 0.3  # seconds by which it may run over: what was heard until the source had stopped is kept
+OFF = 0.051  # seconds by which a track may differ from meta.json's duration, which is rounded to a tenth
+APART = 0.001  # seconds by which the two tracks may differ in length
 COLOUR_TOLERANCE = 24  # of 255, per channel, after JPEG
 SLIDE_MARGIN = 1.5  # a picture's name has whole seconds, so near a change it may show either slide
 
@@ -112,7 +112,7 @@ def check_files(report, folder):
 
 
 def check_tracks(report, folder, meta):
-    found = []
+    found, lengths = [], []
     for name in TRACKS:
         path = folder / f"{name}.m4a"
         if not path.is_file():
@@ -122,8 +122,12 @@ def check_tracks(report, folder, meta):
         found.append(name)
         seconds = frames / rate
         over = seconds - meta.get("duration", float("nan"))
-        report.say(-SHORTER <= over <= LONGER, f"{name}.m4a is as long as meta.json says: {seconds:.3f} s, {meta.get('duration')} s")
+        lengths.append(seconds)
+        report.say(abs(over) <= OFF, f"{name}.m4a is as long as meta.json says: {seconds:.3f} s, {meta.get('duration')} s")
     report.say(len(found) == 2, f"there are two tracks: {', '.join(found) or 'none'}")
+    if len(lengths) == 2:
+        apart = abs(lengths[0] - lengths[1])
+        report.say(apart <= APART, f"they are equally long: {apart * 1000:.2f} ms apart")
 
 
 def check_voice(report, tracks, owner, sentences):
