@@ -1,8 +1,7 @@
 // Up to some thousand meetings with an index of their texts, which never change.
-//   Index    which meetings have a word of a script with blanks, by number of meetings; which words have each piece of
-//            three bytes; which meetings have each shorter or equal piece; which have each one and each two neighbours
-//            of the characters of other scripts. A word that is one of these needs no look at the texts; of any other
-//            the index leaves few meetings, whose texts are then searched
+//   Index    a word of a script with blanks and any part of it is answered without a look at the texts, and so is a
+//            sequence of up to two characters of other scripts, and a longer one that is in many meetings. Of any other
+//            word the index leaves few meetings, whose texts are then searched
 //   Exact    gives what FoldedMeeting::matches gives
 //   Cost     building: linear in the text, a few times as long as reading it. Searching: see bench/bench_search.cpp
 //   Threads  building: any. Afterwards any number at once
@@ -23,8 +22,10 @@ public:
     using Text = std::shared_ptr<const FoldedMeeting>;
 
     static constexpr std::size_t mostMeetings = 1024;
+    /// Bytes of text, unless a single meeting has more.
+    static constexpr std::size_t mostBytes = 256U << 20U;
 
-    /// At most `mostMeetings` texts.
+    /// At most `mostMeetings` texts of together at most `mostBytes`, or a single one.
     explicit SearchBlock(std::vector<Text> texts);
     ~SearchBlock();
     SearchBlock(const SearchBlock&) = delete;

@@ -130,16 +130,28 @@ std::vector<SearchIndex::Text> SearchIndex::nextBlock(std::size_t few) const {
     if (m_new <= few) {
         return texts;
     }
+    std::size_t left = SearchBlock::mostBytes;
+    const auto fits = [&](const Text& text) { return texts.empty() || text->text.size() <= left; };
+    const auto take = [&](const Text& text) {
+        left -= std::min(left, text->text.size());
+        texts.push_back(text);
+    };
     for (const Entry& entry : m_entries) {
-        if (entry.text && entry.block == noBlock && texts.size() < SearchBlock::mostMeetings) {
-            texts.push_back(entry.text);
+        if (entry.text && entry.block == noBlock && texts.size() < SearchBlock::mostMeetings && fits(entry.text)) {
+            take(entry.text);
         }
     }
     for (const Block& block : m_blocks) {
         const std::size_t living = block.living.count();
         if (living < SearchBlock::mostMeetings / 2 && texts.size() + living <= SearchBlock::mostMeetings) {
             const auto more = livingTexts(block);
-            texts.insert(texts.end(), more.begin(), more.end());
+            std::size_t bytes = 0;
+            for (const Text& text : more) {
+                bytes += text->text.size();
+            }
+            if (bytes <= left) {
+                std::ranges::for_each(more, take);
+            }
         }
     }
     return texts;

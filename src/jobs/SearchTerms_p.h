@@ -1,8 +1,6 @@
-// How folded text is cut for the index. Scripts that part words by blanks make terms of whole words, and letters of
-// other scripts, which stand without blanks, are taken in ones and twos.
-//   Text     UTF-8, folded. A character of up to two bytes is of the first kind (Latin, Greek, Cyrillic, Hebrew,
-//   Arabic,
-//            digits and punctuation), one of three or four of the other (Chinese, Japanese, Korean, Indic, emoji)
+// How folded text is cut for the index: scripts that part words by blanks, and those that write on and on.
+//   Text     UTF-8, folded. A character of one or two bytes is spaced (Latin, Greek, Cyrillic, Hebrew, Arabic, digits
+//            and punctuation), one of three or four is dense (Chinese, Japanese, Korean, Indic, emoji)
 //   Threads  any; no state
 #pragma once
 
@@ -10,9 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace jobs::SearchTerms {
+
+/// Number of a meeting within a block.
+using Meeting = std::uint16_t;
+using Key = std::uint64_t;
 
 enum class Kind { Blank, Spaced, Dense };
 
@@ -26,13 +27,13 @@ enum class Kind { Blank, Spaced, Dense };
     return static_cast<unsigned char>(first) < 0xF0 ? 3 : 4;
 }
 
-/// A dense character as a number that is not 0.
-[[nodiscard]] inline std::uint64_t denseCharacter(std::string_view bytes) {
-    std::uint64_t value = 0;
+/// Up to four bytes as a number, which is not 0 unless all of them are.
+[[nodiscard]] inline Key keyOf(std::string_view bytes) {
+    Key key = 0;
     for (const char byte : bytes) {
-        value = value << 8U | static_cast<unsigned char>(byte);
+        key = key << 8U | static_cast<unsigned char>(byte);
     }
-    return value;
+    return key;
 }
 
 /// Calls `visit` with the kind and the text of each run of characters of one kind.
@@ -49,33 +50,11 @@ void forEachRun(std::string_view text, Visit visit) {
     }
 }
 
-/// Keys of the single characters of a dense run and of each two neighbours.
+/// Calls `visit` with the key of each character of a dense run.
 template<typename Visit>
-void forEachDenseTerm(std::string_view run, Visit visit) {
-    std::uint64_t before = 0;
+void forEachCharacter(std::string_view run, Visit visit) {
     for (std::size_t at = 0; at < run.size(); at += lengthOf(run[at])) {
-        const std::uint64_t character = denseCharacter(run.substr(at, lengthOf(run[at])));
-        visit(character);
-        if (before != 0) {
-            visit(before << 32U | character);
-        }
-        before = character;
-    }
-}
-
-/// The longest pieces of a word that are looked up as they stand.
-inline constexpr std::size_t pieceBytes = 3;
-
-/// A piece of one to three bytes as a number.
-[[nodiscard]] inline std::uint64_t pieceKey(std::string_view piece) {
-    return denseCharacter(piece);
-}
-
-/// Keys of all pieces of a word that are `length` bytes long.
-template<typename Visit>
-void forEachPiece(std::string_view word, std::size_t length, Visit visit) {
-    for (std::size_t at = 0; at + length <= word.size(); ++at) {
-        visit(pieceKey(word.substr(at, length)));
+        visit(keyOf(run.substr(at, lengthOf(run[at]))));
     }
 }
 

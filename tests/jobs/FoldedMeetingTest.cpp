@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 using namespace Qt::StringLiterals;
 using jobs::FoldedMeeting;
 namespace Content = jobs::MeetingContent;
@@ -22,7 +24,7 @@ protected:
     }
 
     void write(const char* name, const QByteArray& bytes) const {
-        ASSERT_TRUE(base::replaceFile(folder / name, bytes));
+        std::ofstream(folder / name, std::ios::binary).write(bytes.constData(), bytes.size());
     }
 
     [[nodiscard]] bool finds(QStringView query) const {

@@ -200,6 +200,37 @@ TEST_F(SearchIndexTest, SmallBlocksBecomeOne) {
     EXPECT_THAT(found(u"t"), ElementsAre("a", "b"));
 }
 
+TEST_F(SearchIndexTest, SequencesInManyMeetingsAreToldFromThoseWhosePartsAre) {
+    // 天地 and 地人 are everywhere, but not always next to each other; what lasts longer is in some.
+    for (int i = 0; i < 64; ++i) {
+        const QString each = i % 2 == 0 ? u"天地人和日月星辰風雨"_s : u"天地，地人，人和，日月星"_s;
+        put(std::to_string(i), each + (i % 16 == 0 ? u"雷電天"_s : QString()) + (i == 5 ? u"電天地"_s : QString()));
+    }
+    build();
+    for (const QString& whole : {u"天地人和日月星辰風雨"_s, u"風雨雷電天地人"_s, u"星辰天地"_s, u"人和，日月"_s}) {
+        for (qsizetype from = 0; from < whole.size(); ++from) {
+            for (qsizetype length = 1; from + length <= whole.size(); ++length) {
+                const QString word = whole.mid(from, length);
+                ASSERT_EQ(found(word), expected(word)) << word.toStdString();
+            }
+        }
+    }
+    EXPECT_EQ(found(u"天地人和").size(), 32U);
+}
+
+TEST_F(SearchIndexTest, ABlockTakesAsManyBytesAsItMay) {
+    FoldedMeeting large;
+    large.text.assign(SearchBlock::mostBytes / 2, 'a');
+    const auto half = std::make_shared<const FoldedMeeting>(std::move(large));
+    index.put("a", half);
+    index.put("b", half);
+    EXPECT_EQ(index.nextBlock(0).size(), 2U);
+    index.put("c", textOf(u"x"_s));
+    EXPECT_EQ(index.nextBlock(0).size(), 2U);
+    index.put("a", textOf(u"x"_s));
+    EXPECT_EQ(index.nextBlock(0).size(), 3U);
+}
+
 TEST_F(SearchIndexTest, GoingOnWithAQueryFindsWhatABeginningWould) {
     RandomWords random(5);
     for (int i = 0; i < 40; ++i) {
