@@ -102,9 +102,9 @@ TEST(SerialQueueTest, TheLastHandleMayGoOnItsOwnThread) {
 TEST(SerialQueueTest, TasksThatNeverRanAreLetGo) {
     auto held = std::make_shared<int>(1);
     {
-        SerialQueue queue("test");
-        std::latch running(1);
+        std::latch running(1); // outlive the queue, whose task waits for them
         std::latch goOn(1);
+        SerialQueue queue("test");
         queue.post([&] {
             running.count_down();
             goOn.wait();

@@ -224,7 +224,8 @@ TEST(AudioTrackWriterAccidents, SixMinutesOfSoundNeedNoMoreMemoryThanOne) {
             afterAMinute = residentBytes();
         }
     }
-    EXPECT_LT(residentBytes() - afterAMinute, 1024 * 1024);
+    // Keeping the blocks would take 105 MB; a checking allocator keeps what is freed for a while.
+    EXPECT_LT(residentBytes() - afterAMinute, 4 * 1024 * 1024);
     EXPECT_NEAR(writer->finish(0.0), 360.0, 0.001);
 }
 

@@ -191,6 +191,7 @@ TEST_F(SystemAudioCaptureTest, OnlySoundReachesTheWriter) {
     source.confirm(1);
     dispatch.runDue();
     stop();
+    dispatch.advance(SystemAudioCapture::stopTimeout);
     EXPECT_TRUE(sink->stamps.empty());
 }
 

@@ -160,6 +160,14 @@ class FakeRecordingRoles final : public entry::RecordingRoles {
 public:
     explicit FakeRecordingRoles(StepLog& stepLog) : log(stepLog) {}
 
+    /// An answer that was never given holds the session, which holds who should give it.
+    ~FakeRecordingRoles() override {
+        if (system) {
+            system->heldStart = {};
+            system->heldStop = {};
+        }
+    }
+
     // Set before the start; the made roles take them over.
     std::map<std::string, QString> trackErrors; ///< by label
     std::optional<capture::CaptureError> micError;

@@ -17,6 +17,12 @@ void ManualTimeline::run(const base::Scheduler* where, const base::Task& task) {
     m_running = before;
 }
 
+void ManualTimeline::clear() {
+    while (!m_tasks.empty()) {
+        const auto dropped = std::exchange(m_tasks, {}); // what goes with a task may post another
+    }
+}
+
 void ManualTimeline::runDue() {
     while (!m_tasks.empty() && m_tasks.begin()->first.first <= m_clock.now()) {
         const Entry entry = std::move(m_tasks.begin()->second);
@@ -87,6 +93,11 @@ ManualDispatch::ManualDispatch()
     : m_timeline(std::make_shared<ManualTimeline>(clock))
     , m_main(m_timeline, "main")
     , m_background(m_timeline, "background") {}
+
+ManualDispatch::~ManualDispatch() {
+    m_held.clear();
+    m_timeline->clear();
+}
 
 std::shared_ptr<base::Scheduler> ManualDispatch::makeSerialQueue(std::string label, base::Priority priority) {
     madeQueues.emplace_back(label, priority);

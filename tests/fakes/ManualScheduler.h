@@ -55,6 +55,8 @@ public:
     [[nodiscard]] ManualClock& clock() const { return m_clock; }
 
     void run(const base::Scheduler* where, const base::Task& task);
+    /// Drops what never ran. Tasks may hold their queue, which holds this timeline.
+    void clear();
 
 private:
     struct Entry {
@@ -102,6 +104,7 @@ private:
 class ManualDispatch final : public base::Dispatch {
 public:
     ManualDispatch();
+    ~ManualDispatch() override;
 
     [[nodiscard]] base::Scheduler& main() override { return m_main; }
 
