@@ -3,7 +3,7 @@
 //            people of records are searched from the moment when they are told, the files when they have been read
 //   Reading  beside the main thread. Whether files are to be read again their dates tell, and when to look at these the
 //            watch tells; of folders that can't be watched the dates are looked at after each question
-//   Cost     on the main thread a few milliseconds for thousands of meetings; see bench/bench_search.cpp
+//   Cost     on the main thread a few milliseconds for thousands of meetings; see bench/search.py
 //   Threads  the main thread, for everything here
 //   Owns     two serial queues. Its end waits for what runs on them: a few meetings being read, a block being indexed
 #pragma once

@@ -3,7 +3,7 @@
 //            sequence of up to two characters of other scripts, and a longer one that is in many meetings. Of any other
 //            word the index leaves few meetings, whose texts are then searched
 //   Exact    gives what FoldedMeeting::matches gives
-//   Cost     building: linear in the text, a few times as long as reading it. Searching: see bench/bench_search.cpp
+//   Cost     building: linear in the text, a few times as long as reading it. Searching: see bench/search.py
 //   Threads  building: any. Afterwards any number at once
 #pragma once
 

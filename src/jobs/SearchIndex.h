@@ -2,7 +2,7 @@
 //   Exact    a meeting is found if FoldedMeeting::matches says so of its text, whatever part of the texts is indexed
 //   Blocks   new texts are looked through one by one; block by block they become part of an index, which is built
 //            elsewhere: nextBlock() says of what, adopt() takes it. Any order of calls is right, only not as fast
-//   Cost     of a search: see bench/bench_search.cpp. A query that goes on where the last one ended looks only at what
+//   Cost     of a search: see bench/search.py. A query that goes on where the last one ended looks only at what
 //            that one found. Everything else here takes a time that does not depend on the length of the texts
 //   Threads  one
 #pragma once
