@@ -195,36 +195,20 @@ bool isAscii(QStringView text) {
 
 // --- From a folded text back to the original
 
-/// Between these two nothing ever makes them one character.
-bool alwaysPart(QChar before, QChar after) {
-    const auto isPlain = [](QChar unit) {
-        return (unit >= u' ' && unit <= u'~') || unit == u'\n' || (unit >= u'\u4E00' && unit <= u'\u9FFF');
-    };
-    return isPlain(before) && isPlain(after);
-}
-
-/// The characters that a person sees between two places of a text, as a whole.
+/// The characters that a person sees between two places of a text, as a whole. Of the whole text, since where one ends
+/// can depend on what stands far before it.
 Range wholeCharacters(QStringView text, qsizetype first, qsizetype last) {
-    qsizetype from = first;
-    while (from > 0 && !alwaysPart(text[from - 1], text[from])) {
-        --from;
-    }
-    qsizetype to = last;
-    while (to < text.size() && (to == 0 || !alwaysPart(text[to - 1], text[to]))) {
-        ++to;
-    }
-    const QStringView around = text.sliced(from, to - from);
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, around.data(), around.size());
-    finder.setPosition(first - from);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
+    finder.setPosition(first);
     if (!finder.isAtBoundary()) {
         finder.toPreviousBoundary();
     }
-    const qsizetype begin = from + finder.position();
-    finder.setPosition(last - from);
+    const qsizetype begin = finder.position();
+    finder.setPosition(last);
     if (!finder.isAtBoundary()) {
         finder.toNextBoundary();
     }
-    return {begin, from + finder.position() - begin};
+    return {begin, finder.position() - begin};
 }
 
 /// What of `text` became the units from `first` to `last` of its folded form.

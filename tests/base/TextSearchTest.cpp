@@ -211,6 +211,16 @@ TEST(TextSearchTest, AHitTakesTheWholeCharacterThatAPersonSees) {
     EXPECT_EQ(found(u"x\r\ny", u"\n"), u"\r\n"_s);
 }
 
+TEST(TextSearchTest, WhereACharacterEndsIsSaidByTheWholeText) {
+    // By itself, what begins with "@" has an end after it; in this text it has none.
+    const QString text = u"\u11A8。 \uFE0F🇼ẞE戀-@\u200D\u0BBEㄱbᄀB"_s;
+    const auto range = TextSearch::find(text, u"\u0BBEㄱ");
+    ASSERT_TRUE(range);
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    finder.setPosition(range->location);
+    EXPECT_TRUE(finder.isAtBoundary());
+}
+
 TEST(TextSearchTest, AStormOfMarksTakesNoLongerThanItsLength) {
     QString storm = u"e"_s;
     for (int i = 0; i < 300'000; ++i) {

@@ -3,6 +3,7 @@
 
 #include "jobs/FolderWatch.h"
 
+#include <mutex>
 #include <set>
 #include <utility>
 
@@ -16,15 +17,22 @@ public:
         if (!canWatch) {
             return false;
         }
+        const std::scoped_lock lock(m_mutex);
         watched.insert(folder);
         return true;
     }
 
-    void forget(const std::filesystem::path& folder) override { watched.erase(folder); }
+    void forget(const std::filesystem::path& folder) override {
+        const std::scoped_lock lock(m_mutex);
+        watched.erase(folder);
+    }
 
     Handlers handlers;
-    std::set<std::filesystem::path> watched;
+    std::set<std::filesystem::path> watched; ///< to be looked at while no other thread watches
     bool canWatch = true;
+
+private:
+    std::mutex m_mutex;
 };
 
 } // namespace fakes

@@ -1,10 +1,12 @@
 #include "jobs/MeetingSearch.h"
 
+#include "base/MainScheduler.h"
 #include "fakes/FakeFolderWatch.h"
 #include "fakes/ManualScheduler.h"
 #include "fakes/QtPrinters.h"
 #include "fakes/TemporaryFolder.h"
 
+#include <QCoreApplication>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -324,6 +326,33 @@ TEST_F(MeetingSearchTest, LettingGoWhileFilesAreReadIsSafe) {
     search.reset();
     dispatch.advance(1);
     EXPECT_EQ(changes, 0);
+}
+
+TEST_F(MeetingSearchTest, RealThreadsComeToTheSameEnd) {
+    int argumentCount = 1;
+    char name[] = "test";
+    char* arguments[] = {name, nullptr};
+    QCoreApplication application(argumentCount, arguments);
+    base::MainScheduler main;
+    base::ThreadDispatch threads(main);
+    MeetingSearch real({.dispatch = threads, .watch = [](jobs::FolderWatch::Handlers handlers) {
+                            return std::make_unique<fakes::FakeFolderWatch>(std::move(handlers));
+                        }});
+    for (std::size_t i = 0; i <= 2 * SearchIndex::fewTexts; ++i) {
+        meeting(std::to_string(i));
+        write(std::to_string(i), "notes.md", "budget für 會議 " + QByteArray::number(static_cast<qulonglong>(i)));
+    }
+    real.setRecords(records);
+    while (!real.isSettled()) {
+        EXPECT_EQ(real.find(u"title").count(), records.size());
+        if (records.size() > SearchIndex::fewTexts && !real.isReading()) { // once, while the index is built
+            records.resize(SearchIndex::fewTexts);
+            real.setRecords(records);
+        }
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    EXPECT_EQ(real.find(u"FUR 會議 budget").count(), SearchIndex::fewTexts);
+    EXPECT_EQ(real.index().size(), SearchIndex::fewTexts);
 }
 
 TEST_F(MeetingSearchTest, ItsQueuesAreOfLowPriority) {
