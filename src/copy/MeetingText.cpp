@@ -115,9 +115,12 @@ QString practiceTitle(const std::optional<QDateTime>& start, std::optional<doubl
 QString shortDuration(double seconds, const MainCopy& copy) {
     // A file edited by hand can hold any number; a hundred years are long enough for a meeting.
     constexpr double longest = 3.2e9;
-    const auto whole = static_cast<std::int64_t>(std::round(std::clamp(seconds, -1.0, longest)));
+    if (!(seconds > 0)) { // also what is no number
+        return copy.secondsShort(0);
+    }
+    const auto whole = static_cast<std::int64_t>(std::round(std::min(seconds, longest)));
     if (whole < 60) {
-        return copy.secondsShort(static_cast<int>(std::max<std::int64_t>(whole, 0)));
+        return copy.secondsShort(whole);
     }
     const auto minutes = static_cast<int>(std::round(static_cast<double>(whole) / 60));
     return minutes <= 59 ? copy.minutesShort(minutes) : copy.hoursShort(minutes / 60, minutes % 60);

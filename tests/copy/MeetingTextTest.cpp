@@ -43,6 +43,7 @@ TEST_F(MeetingTextTest, SectionsFollowTheDistanceFromNow) {
 TEST_F(MeetingTextTest, AFutureDateHasTheMonthForm) {
     EXPECT_EQ(group(at(2025, 3, 14)), u"2025 年 3 月"_s);
     EXPECT_EQ(row(at(2025, 3, 14)), u"3/14 09:30"_s);
+    EXPECT_EQ(group(at(2025, 3, 13, 23, 0)), u"今天"_s); // later on the same day is still that day
 }
 
 TEST_F(MeetingTextTest, ASundayBeforeAMondayIsInThePreviousWeek) {
@@ -90,6 +91,10 @@ TEST_F(MeetingTextTest, DetailsLeaveOutWhatIsUnknown) {
 TEST_F(MeetingTextTest, ShortDurationsRoundTwice) {
     const auto text = [](double seconds) { return MeetingText::shortDuration(seconds, MainCopy::en); };
     EXPECT_EQ(text(-5), MainCopy::en.secondsShort(0));
+    EXPECT_EQ(text(0), MainCopy::en.secondsShort(0));
+    EXPECT_EQ(text(0.4), MainCopy::en.secondsShort(0));
+    EXPECT_EQ(text(0.5), MainCopy::en.secondsShort(1));
+    EXPECT_EQ(text(std::numeric_limits<double>::quiet_NaN()), MainCopy::en.secondsShort(0));
     EXPECT_EQ(text(59.4), MainCopy::en.secondsShort(59));
     EXPECT_EQ(text(59.6), MainCopy::en.minutesShort(1));
     EXPECT_EQ(text(89), MainCopy::en.minutesShort(1));
@@ -98,6 +103,10 @@ TEST_F(MeetingTextTest, ShortDurationsRoundTwice) {
     EXPECT_EQ(text(3599), MainCopy::en.hoursShort(1, 0));
     EXPECT_EQ(text(7260), MainCopy::en.hoursShort(2, 1));
     EXPECT_FALSE(text(1e300).isEmpty());
+}
+
+TEST_F(MeetingTextTest, AtADateThatDoesNotExistNothingBreaks) {
+    EXPECT_EQ(MeetingText::weekday(QDateTime(), calendar), u""_s);
 }
 
 TEST_F(MeetingTextTest, FourPeopleAreTwoNamesAndTheirCount) {
