@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 namespace platform::linux_desktop {
@@ -16,6 +17,8 @@ namespace {
 
 constexpr auto clickFrames = static_cast<std::int64_t>(ClickPlayer::rate * ClickPlayer::clickSeconds);
 constexpr std::int16_t loud = 24000;
+/// Seconds until a sound server plays, at most.
+constexpr double longestStart = 20.0;
 
 } // namespace
 
@@ -91,9 +94,25 @@ ClickPlayer::ClickPlayer(const std::string& sink, Who who, double beatSeconds) :
         m_state->context, [](pa_context*, void* self) { static_cast<State*>(self)->connected(); }, m_state.get());
     pa_context_connect(m_state->context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
     pa_threaded_mainloop_start(m_state->loop);
+    const double limit = m_state->clock.now() + longestStart;
     while (!playing()) {
+        if (m_state->clock.now() > limit) {
+            throw std::runtime_error("the sound server lets nobody play");
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        retryRefused();
     }
+}
+
+void ClickPlayer::retryRefused() {
+    pa_threaded_mainloop_lock(m_state->loop);
+    // A server that has just come up may not have its loudspeakers yet.
+    if (m_state->stream != nullptr && pa_stream_get_state(m_state->stream) == PA_STREAM_FAILED) {
+        pa_stream_unref(m_state->stream);
+        m_state->stream = nullptr;
+        m_state->connected();
+    }
+    pa_threaded_mainloop_unlock(m_state->loop);
 }
 
 ClickPlayer::~ClickPlayer() {

@@ -31,6 +31,7 @@ public:
 
 private:
     [[nodiscard]] bool playing() const;
+    void retryRefused();
 
     struct State;
     std::unique_ptr<State> m_state;
