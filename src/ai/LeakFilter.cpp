@@ -31,7 +31,7 @@ public:
             spoken.words.push_back(numberOf(token));
             cjk += isCJK(token) ? 1 : 0;
         });
-        spoken.substantial = spoken.words.size() - cjk >= substantialWords || cjk >= substantialCharacters;
+        spoken.substantial = isSubstantial(spoken.words.size() - cjk, cjk);
         return spoken;
     }
 

@@ -135,8 +135,7 @@ bool substantial(const QStringList& tokens) {
     // A token that holds a CJK character is that character: words end before one.
     const auto cjk =
         static_cast<std::size_t>(std::ranges::count_if(tokens, [](const QString& token) { return isCJK(token); }));
-    const std::size_t others = static_cast<std::size_t>(tokens.size()) - cjk;
-    return others >= substantialWords || cjk >= substantialCharacters;
+    return isSubstantial(static_cast<std::size_t>(tokens.size()) - cjk, cjk);
 }
 
 bool isShort(const QString& text) {

@@ -1,11 +1,13 @@
 // The steps of cleaning on texts that are normalised already, so that each text is normalised once.
 #pragma once
 
+#include "ai/TranscriptCleaner.h"
 #include "ai/WhisperOutput.h"
 
 #include <QString>
 #include <QStringView>
 
+#include <cstddef>
 #include <functional>
 #include <span>
 #include <vector>
@@ -17,6 +19,11 @@ struct NormalizedSegment {
     WhisperSegment segment;
     QString normalized;
 };
+
+/// Enough words or characters to be told from a chance likeness.
+[[nodiscard]] constexpr bool isSubstantial(std::size_t words, std::size_t cjkCharacters) {
+    return words >= substantialWords || cjkCharacters >= substantialCharacters;
+}
 
 /// The tokens of a normalised text, in order; the views are borrowed from it.
 void forEachToken(QStringView normalized, const std::function<void(QStringView)>& visit);
